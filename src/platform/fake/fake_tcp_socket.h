@@ -1,0 +1,58 @@
+#pragma once
+// An in-memory TCP socket for unit tests. The test plays the far end: it connects a peer,
+// sends it lines, drops it, and reads what the program wrote. Events are posted on the clock,
+// as a real socket raises them from the event loop.
+
+#include <QByteArrayList>
+
+#include "platform/tcp_socket.h"
+
+namespace velto {
+
+class Clock;
+
+class FakeTcpSocket final : public TcpSocket {
+public:
+    explicit FakeTcpSocket(Clock& clock) : clock_(clock) {}
+
+    void connect() override;
+    void listen() override;
+    void disconnect() override;
+    bool isConnected() const override { return connected_; }
+    bool isListening() const override { return listening_; }
+    QString localAddress() const override { return local; }
+    QString remoteAddress() const override { return connected_ ? remote : QString(); }
+    int lastErrorCode() const override { return lastError_; }
+    QByteArray readAll() override;
+    void write(const QByteArray& bytes) override;
+    void flush() override { ++flushes; }
+
+    // The far end, as the test plays it.
+    /// A peer arrives at a listening socket, or the far end accepts a connect.
+    void peerConnects(const QString& fromAddress = QStringLiteral("127.0.0.1"));
+    /// The peer sends bytes: one data event.
+    void peerSends(const QByteArray& bytes);
+    /// The peer goes away: the connection is lost.
+    void peerDrops();
+    /// A connect fails with `code`.
+    void failConnect(int code);
+
+    QString local = QStringLiteral("127.0.0.1");
+    QString remote;
+    /// Everything the program wrote, as one stream and write by write.
+    QByteArray sent;
+    QByteArrayList writes;
+    int flushes = 0;
+    int listens = 0;
+    int connects = 0;
+    int disconnects = 0;
+
+private:
+    Clock& clock_;
+    bool connected_ = false;
+    bool listening_ = false;
+    int lastError_ = 0;
+    QByteArray rx_;
+};
+
+}  // namespace velto

@@ -1,0 +1,42 @@
+#pragma once
+// Dialogs told their answers in advance. Every message is recorded; with no answer scripted,
+// a question takes its negative answer and a file dialog is cancelled.
+
+#include <QStringList>
+#include <deque>
+
+#include "platform/dialogs.h"
+
+namespace velto {
+
+class ScriptedDialogs final : public Dialogs {
+public:
+    void message(const QString& text) override { messages.append(text); }
+    bool okCancel(const QString& text, Icon) override { return answer(text); }
+    bool yesNo(const QString& text, Icon) override { return answer(text); }
+    std::optional<QString> openFile(const FileDialog& d) override { return file(d); }
+    std::optional<QString> saveFile(const FileDialog& d) override { return file(d); }
+
+    std::deque<bool> answers;
+    std::deque<std::optional<QString>> files;
+    QStringList messages;
+    std::vector<FileDialog> fileDialogs;
+
+private:
+    bool answer(const QString& text) {
+        messages.append(text);
+        if (answers.empty()) return false;
+        const bool a = answers.front();
+        answers.pop_front();
+        return a;
+    }
+    std::optional<QString> file(const FileDialog& d) {
+        fileDialogs.push_back(d);
+        if (files.empty()) return std::nullopt;
+        auto f = files.front();
+        files.pop_front();
+        return f;
+    }
+};
+
+}  // namespace velto

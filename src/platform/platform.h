@@ -1,0 +1,35 @@
+#pragma once
+// Everything MainApp gets from outside: time, the serial line, sockets, dialogs, files and
+// randomness. The program fills it with Qt adapters; tests with fakes and virtual time.
+
+#include <functional>
+#include <optional>
+
+#include "platform/boundary.h"
+#include "platform/clock.h"
+#include "platform/dialogs.h"
+#include "platform/preferences.h"
+#include "platform/random.h"
+#include "platform/serial_port.h"
+#include "platform/tcp_socket.h"
+#include "platform/udp_socket.h"
+
+namespace velto {
+
+struct Platform {
+    Clock& clock;
+    ExceptionBoundary& boundary;
+    SerialPort& serial;
+    TcpSocket& remoteControl;
+    TcpSocket& brokerSocket;
+    TcpSocket& connectSocket;
+    UdpSocket& advertising;
+    UdpFactory& udp;
+    NetworkInfo& network;
+    Dialogs& dialogs;
+    Preferences preferences;
+    /// Seeds for Random objects, for repeatable runs; real randomness when empty.
+    std::function<std::optional<quint64>()> seed = [] { return std::nullopt; };
+};
+
+}  // namespace velto

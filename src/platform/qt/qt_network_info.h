@@ -1,0 +1,20 @@
+#pragma once
+// The machine's own address and its broadcast address, from the first interface that is up and
+// not loopback; either can be fixed from the command line.
+
+#include "platform/udp_socket.h"
+
+namespace velto {
+
+class QtNetworkInfo final : public NetworkInfo {
+public:
+    QString localAddress() const override;
+    QString broadcastAddress() const override;
+    /// Fixes the broadcast address (for tests: 127.255.255.255).
+    void setBroadcastOverride(const QString& address) { broadcastOverride_ = address; }
+
+private:
+    QString broadcastOverride_;
+};
+
+}  // namespace velto

@@ -1,0 +1,90 @@
+#include "platform/qt/qt_serial_port.h"
+
+#include <QSerialPort>
+#include <QSerialPortInfo>
+
+namespace velto {
+
+namespace {
+// Long enough for a few bytes at 9600 baud on a busy machine; a line that takes longer is
+// stuck, and the system goes on without waiting for it.
+constexpr int kXmitTimeoutMs = 1000;
+}  // namespace
+
+QtSerialPort::QtSerialPort() : port_(std::make_unique<QSerialPort>()) {
+    QObject::connect(port_.get(), &QSerialPort::readyRead, port_.get(), [this] {
+        if (onDataAvailable) onDataAvailable();
+    });
+    QObject::connect(port_.get(), &QSerialPort::errorOccurred, port_.get(),
+                     [this](QSerialPort::SerialPortError error) {
+                         // A read that finds the line hung up is the device going away too.
+                         if (port_->isOpen() && (error == QSerialPort::ResourceError ||
+                                                 error == QSerialPort::ReadError))
+                             failed();
+                     });
+}
+
+QtSerialPort::~QtSerialPort() {
+    // No events for a half-destroyed object.
+    QObject::disconnect(port_.get(), nullptr, nullptr, nullptr);
+    if (port_->isOpen()) port_->close();
+}
+
+void QtSerialPort::setBaudRate(int baud) {
+    baud_ = baud;
+    if (port_->isOpen()) port_->setBaudRate(baud);
+}
+
+bool QtSerialPort::open() {
+    if (port_->isOpen()) port_->close();
+    port_->setPortName(name_);
+    port_->setBaudRate(baud_);
+    port_->setDataBits(QSerialPort::Data8);
+    port_->setParity(QSerialPort::NoParity);
+    port_->setStopBits(QSerialPort::OneStop);
+    port_->setFlowControl(QSerialPort::NoFlowControl);
+    if (!port_->open(QIODevice::ReadWrite)) return false;
+    // A line without modem control (a pseudo-terminal) refuses this; that is no failure.
+    port_->setDataTerminalReady(false);
+    return true;
+}
+
+void QtSerialPort::close() {
+    if (port_->isOpen()) port_->close();
+}
+
+bool QtSerialPort::isOpen() const { return port_->isOpen(); }
+
+void QtSerialPort::write(const QByteArray& bytes) {
+    if (port_->isOpen()) port_->write(bytes);
+}
+
+void QtSerialPort::xmitWait() {
+    if (!port_->isOpen()) return;
+    while (port_->isOpen() && port_->bytesToWrite() > 0)
+        if (!port_->waitForBytesWritten(kXmitTimeoutMs)) break;
+}
+
+void QtSerialPort::flush() {
+    if (port_->isOpen()) port_->flush();
+}
+
+QByteArray QtSerialPort::readAll() { return port_->isOpen() ? port_->readAll() : QByteArray(); }
+
+void QtSerialPort::reset() {
+    if (port_->isOpen()) port_->clear(QSerialPort::AllDirections);
+}
+
+void QtSerialPort::failed() {
+    port_->close();
+    if (onError) onError();
+}
+
+QStringList QtSerialPortList::portNames() const {
+    QStringList names;
+    for (const QSerialPortInfo& info : QSerialPortInfo::availablePorts())
+        names << info.systemLocation();
+    return names;
+}
+
+}  // namespace velto

@@ -1,0 +1,45 @@
+#pragma once
+// The serial line on QSerialPort: 8N1, no flow control, DTR dropped after opening. A device
+// that goes away closes the port and raises onError; nothing is written to a closed port.
+
+#include <memory>
+
+#include "platform/serial_port.h"
+
+class QSerialPort;
+
+namespace velto {
+
+class QtSerialPort final : public SerialPort {
+public:
+    QtSerialPort();
+    ~QtSerialPort() override;
+
+    void setPortName(const QString& name) override { name_ = name; }
+    QString portName() const override { return name_; }
+    void setBaudRate(int baud) override;
+    int baudRate() const override { return baud_; }
+    bool open() override;
+    void close() override;
+    bool isOpen() const override;
+    void write(const QByteArray& bytes) override;
+    void xmitWait() override;
+    void flush() override;
+    QByteArray readAll() override;
+    void reset() override;
+
+private:
+    void failed();
+
+    std::unique_ptr<QSerialPort> port_;
+    QString name_;
+    int baud_ = 9600;
+};
+
+class QtSerialPortList final : public SerialPortList {
+public:
+    /// Full device paths, as a port name is kept in the settings.
+    QStringList portNames() const override;
+};
+
+}  // namespace velto
