@@ -1,0 +1,305 @@
+#pragma once
+// MainApp: the main window and the one control object of the program. It owns every property,
+// control, timer and socket; all behaviour is its handlers, run one at a time on one thread.
+// The state is in the controls: a level is a slider's value, a run state a timer's mode.
+//
+// The declaration is sectioned by subsystem. Each subsystem's handlers are defined in the file
+// of that subsystem: device/ (session, command channel, status decoding, front panel),
+// playback/, remote/, services/ and shell/.
+
+#include <QString>
+#include <QStringList>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/controls.h"
+#include "platform/listbox.h"
+#include "platform/platform.h"
+#include "platform/timer.h"
+#include "shell/activity_log.h"
+
+namespace velto {
+
+class MainApp {
+public:
+    static constexpr const char* kVersion = "2.6.1";
+    static constexpr const char* kTitle = "Velto Control/Server for OS X";
+    static constexpr const char* kFavsDefault = "veltofavourites.ini";
+
+    explicit MainApp(Platform& platform);
+    ~MainApp();
+    MainApp(const MainApp&) = delete;
+    MainApp& operator=(const MainApp&) = delete;
+
+    Platform& platform() { return p_; }
+
+    // ---- The application object --------------------------------------------------------------
+    struct Application {
+        QString favsName = QString::fromLatin1(kFavsDefault);
+    } App;
+    /// The application's Open event: timers off, then the settings, favourites and random files.
+    void App_Event_Open();
+
+    // ---- Control session: properties, in declaration order -----------------------------------
+    qint64 newMode = 0;
+    bool systemRefresh = false;
+    QString veltoResults;
+    QString systemMode = QStringLiteral("solo");
+    QString remoteHostname;
+    qint64 remotePort = 7846;
+    QString serialPortName = QStringLiteral("/dev/tty.usbserial");
+    bool httpSlave = false;
+    bool httpResponse = false;
+    QString lastCommand;
+    qint64 slaveTimeout = 600;
+    bool remoteChecks = true;
+    bool overrideTimeout = false;
+    bool showSecondStatus = false;
+    qint64 statusCount = 0;
+    bool serverLogging = false;
+    QString evoCamName;
+    bool updateEvocam = false;
+    QStringList cmdSequence;
+    qint64 sequenceTicks = 0;
+    std::vector<qint64> stimSequence;
+    qint64 targetA = 0, targetB = 0;
+    qint64 rampStep = 10;
+    bool seqComplete = false;
+    bool continueAfterPlayback = false;
+    qint64 fallTime = 10;
+    bool randomPlay = false;
+    std::vector<qint64> randomSequence;
+    qint64 randomIndex = -1;
+    bool loopMode = false;
+    qint64 loopCount = 0;
+    bool terminateLoop = false;
+    qint64 startA = 0, startB = 0, diffA = 0, diffB = 0, directionA = 0, directionB = 0;
+    qint64 moveStep = 0, moveSteps = 0;
+    bool checkResponses = false;
+    bool autoAdjust = true;
+    qint64 elapsedTime = 0;
+    bool manualControl = true;
+    QString brokerID;
+    QStringList brokerAccept;
+    bool brokerConnected = false;
+    QString brokerauto;
+    QStringList brokerReject;
+    bool useBroker = false;
+    bool brokerAutoConnected = false;
+    QString brokerPIN;
+    QString currentPeer;
+    QString brokerProfile = QStringLiteral("I'm using Velto Control/Server");
+    QStringList brokerProfiles;
+    bool advancedRemote = false;
+    qint64 firmwareVersion = 0;
+    bool useProgress = false;
+    bool highSpeedEnabled = false;
+    QString veltoKey;
+    bool veltoLinked = false;
+
+    // ---- Control session: timers -------------------------------------------------------------
+    Timer watchDog, slaveIdle, randomTimer, loopTimer, moveTimer, rampTimer, runTimer, seqTimer,
+        captionTimer, elapsedTimer, rampDown, adtimer;
+
+    // ---- Control session: port and sockets ---------------------------------------------------
+    SerialPort& velto;
+    TcpSocket& remoteControl;
+    TcpSocket& brokerSocket;
+    TcpSocket& connectSocket;
+    UdpSocket& advertising;
+
+    // ---- Control session: handlers -----------------------------------------------------------
+    void Connect_Action();
+    void Reset_Action();
+    void allStop_Action();
+    void halt_Action();
+    void resetAll();
+    void watchDog_Action();
+    void slaveIdle_Action();
+    void elapsedTimer_Action();
+    /// A click on the clock. Returns false, as the framework's mouse-down does.
+    bool tickCounter_MouseDown();
+    void Event_Activate();
+
+    // ---- Device command channel --------------------------------------------------------------
+    void sendStimData(const QString& command);
+    void velto_DataAvailable();
+    bool validateResponse(const QString& reply);
+    void pause(qint64 milliseconds);
+    /// The receive buffer's cap: a device that never ends its line can't grow it without end.
+    static constexpr qsizetype kMaxSerialBuffer = 64 * 1024;
+
+    // ---- Status reply decoding ---------------------------------------------------------------
+    void statusRefresh(const QString& reply);
+
+    // ---- Front panel: modes and output levels ------------------------------------------------
+    void ModeControl_Change();
+    void channelA_ValueChanged();
+    void channelB_ValueChanged();
+    void channelC_ValueChanged();
+    void channelD_ValueChanged();
+    void channelA_Open();
+    void channelB_Open();
+    void channelC_Open();
+    void channelD_Open();
+    void aPlus_Action();
+    void aMinus_Action();
+    void bPlus_Action();
+    void bMinus_Action();
+    void cPlus_Action();
+    void cMinus_Action();
+    void dPlus_Action();
+    void dMinus_Action();
+    void powerHi_Action();
+    void powerLo_Action();
+    void powerDynamic_Action();
+    void joinChannels_Action();
+    /// The 14 start rows of ModeControl and selectMode.
+    static QStringList modeRows();
+
+    // ---- Playback: the command queue and the stop ---------------------------------------------
+    /// Sends one queued command from the tail of cmdSequence; turns itself off when dry.
+    void seqTimer_Action();
+    /// Stop playback: halts everything and queues "K" twice.
+    void playbackStop_Action();
+
+    // ---- Favourites and random files: read at start-up ---------------------------------------
+    /// Reads a favourites file into favsList (appending).
+    void readFavourites(const QString& path);
+    /// Reads "veltorandom.ini" into the controls of the Random tab.
+    void readRandomSettings(const QString& path);
+
+    // ---- Points where later subsystems hook in -----------------------------------------------
+    /// The link to a peer: lines out to whichever transport is connected.
+    void sendRemoteData(const QString& text);
+    void flushRemote();
+    void sendHTTPheaders();
+    void resetHTTPslave();
+    void startBroker(bool slave);
+    void evoCamCaption(const QString& reply, const QString& name);
+    bool hasStatusPeer() const;
+
+    // ---- Settings ----------------------------------------------------------------------------
+    /// Applies one line of "veltoprefs.ini".
+    void readSettingsLine(const QString& line);
+    void readSettings(const QString& path);
+    /// A file reference from a full path, or nothing when the path can't name a file.
+    static std::optional<QString> fileItem(const QString& path);
+
+    // ---- Activity log ------------------------------------------------------------------------
+    ActivityLog activityLog;
+    void log(const QString& text) { activityLog.logItem(text); }
+    void _activityToggle_Action();
+    void activityLog_Close();
+
+    // ---- Main window: controls, in creation order --------------------------------------------
+    Window window{QStringLiteral("MainApp"), QStringLiteral("Velto Control/Server")};
+    GroupBox GroupBox3{QStringLiteral("GroupBox3")};
+    Label randMode{QStringLiteral("randMode")};
+    Label tickCounter{QStringLiteral("tickCounter")};
+    PopupMenu ModeControl{QStringLiteral("ModeControl"), modeRows(), 0};
+    PushButton Connect{QStringLiteral("Connect"), QStringLiteral("Connect")};
+    Slider channelA{QStringLiteral("channelA"), 0, 100, 0};
+    Slider channelB{QStringLiteral("channelB"), 0, 100, 0};
+    Label veltoStatus{QStringLiteral("veltoStatus"), QStringLiteral("(not connected)")};
+    Label settingA{QStringLiteral("settingA"), QStringLiteral("0")};
+    Label settingB{QStringLiteral("settingB"), QStringLiteral("0")};
+    Label versionName{QStringLiteral("versionName"), QStringLiteral("Version")};
+    GroupBox GroupBox1{QStringLiteral("GroupBox1")};
+    RadioButton powerHi{QStringLiteral("powerHi"), QStringLiteral("High")};
+    RadioButton powerLo{QStringLiteral("powerLo"), QStringLiteral("Low"), true};
+    RadioButton powerDynamic{QStringLiteral("powerDynamic"), QStringLiteral("Auto")};
+    Label batteryLabel{QStringLiteral("batteryLabel"), QStringLiteral("Battery")};
+    Label settingC{QStringLiteral("settingC"), QStringLiteral("50")};
+    Slider channelC{QStringLiteral("channelC"), 2, 100, 50};
+    Label cLabel{QStringLiteral("cLabel"), QStringLiteral("Setting C")};
+    Label settingD{QStringLiteral("settingD"), QStringLiteral("50")};
+    Slider channelD{QStringLiteral("channelD"), 2, 100, 50};
+    Label dLabel{QStringLiteral("dLabel"), QStringLiteral("Setting D")};
+    PushButton allStop{QStringLiteral("allStop"), QStringLiteral("STOP")};
+    Canvas waveDiag{QStringLiteral("waveDiag")};
+    Label modeLabel{QStringLiteral("modeLabel")};
+    Label hostInfo{QStringLiteral("hostInfo")};
+    Label localAddr{QStringLiteral("localAddr")};
+    PushButton Reset{QStringLiteral("Reset"), QStringLiteral("Default")};
+    PushButton aPlus{QStringLiteral("aPlus"), QStringLiteral("+")};
+    PushButton aMinus{QStringLiteral("aMinus"), QStringLiteral("-")};
+    PushButton bPlus{QStringLiteral("bPlus"), QStringLiteral("+")};
+    PushButton bMinus{QStringLiteral("bMinus"), QStringLiteral("-")};
+    PushButton cPlus{QStringLiteral("cPlus"), QStringLiteral("+")};
+    PushButton cMinus{QStringLiteral("cMinus"), QStringLiteral("-")};
+    PushButton dPlus{QStringLiteral("dPlus"), QStringLiteral("+")};
+    PushButton dMinus{QStringLiteral("dMinus"), QStringLiteral("-")};
+    Label lastCmd{QStringLiteral("lastCmd")};
+    Label errText{QStringLiteral("errText")};
+    CheckBox joinChannels{QStringLiteral("joinChannels"), QStringLiteral("join")};
+    GroupBox GroupBox2{QStringLiteral("GroupBox2"), QStringLiteral("Adjust levels")};
+    TextField adjustA{QStringLiteral("adjustA")};
+    TextField adjustB{QStringLiteral("adjustB")};
+    TextField adjustTime{QStringLiteral("adjustTime")};
+    PushButton Adjust{QStringLiteral("Adjust"), QStringLiteral("Adjust")};
+    PushButton halt{QStringLiteral("halt"), QStringLiteral("Halt")};
+    TabPanel FavRand{QStringLiteral("FavRand"),
+                     {QStringLiteral("Favourites"), QStringLiteral("Random"), QStringLiteral("Edit")}};
+    Listbox favsList{QStringLiteral("favsList"), 11};
+    PushButton saveCurrent{QStringLiteral("saveCurrent"), QStringLiteral("Add favourite")};
+    PushButton gotoSelected{QStringLiteral("gotoSelected"), QStringLiteral("Go to")};
+    PushButton adjustSelected{QStringLiteral("adjustSelected"), QStringLiteral("Adjust to")};
+    PushButton playSelected{QStringLiteral("playSelected"), QStringLiteral("Play")};
+    PushButton deleteSelected{QStringLiteral("deleteSelected"), QStringLiteral("Delete selected")};
+    PushButton createSequence{QStringLiteral("createSequence"), QStringLiteral("Play sequence")};
+    PushButton playbackStop{QStringLiteral("playbackStop"), QStringLiteral("Stop playback")};
+    PushButton randomStart{QStringLiteral("randomStart"), QStringLiteral("Random play")};
+    PushButton randomLoop{QStringLiteral("randomLoop"), QStringLiteral("Random loop")};
+    PushButton randomStop{QStringLiteral("randomStop"), QStringLiteral("Stop")};
+    TextField firstDelay{QStringLiteral("firstDelay")};
+    CheckBox delayFirst{QStringLiteral("delayFirst"), QStringLiteral("delay before first setting (minutes)")};
+    TextField minDelay{QStringLiteral("minDelay")};
+    CheckBox delayBetween{QStringLiteral("delayBetween"), QStringLiteral("delay between settings (seconds)")};
+    TextField minRun{QStringLiteral("minRun")};
+    CheckBox randomTimes{QStringLiteral("randomTimes"), QStringLiteral("randomly adjust run times (seconds)")};
+    CheckBox randomPower{QStringLiteral("randomPower"), QString::fromUtf8("randomly adjust power (\u00b110%)")};
+    TextField loopBoostA{QStringLiteral("loopBoostA")};
+    CheckBox loopPower{QStringLiteral("loopPower"), QStringLiteral("boost power on each loop (<10)")};
+    TextField loopRuntime{QStringLiteral("loopRuntime")};
+    CheckBox loopTimeout{QStringLiteral("loopTimeout"), QStringLiteral("stop loop after (minutes)")};
+    TextField maxDelay{QStringLiteral("maxDelay")};
+    TextField maxRun{QStringLiteral("maxRun")};
+    TextField loopBoostB{QStringLiteral("loopBoostB")};
+    PopupMenu selectMode{QStringLiteral("selectMode"), modeRows(), 0};
+    PopupMenu newPower{QStringLiteral("newPower"), {QStringLiteral("Low"), QStringLiteral("High")}, 0};
+    TextField newA{QStringLiteral("newA")};
+    UpDownArrows spinnerA{QStringLiteral("spinnerA")};
+    TextField newB{QStringLiteral("newB")};
+    UpDownArrows spinnerB{QStringLiteral("spinnerB")};
+    TextField newC{QStringLiteral("newC")};
+    UpDownArrows spinnerC{QStringLiteral("spinnerC")};
+    TextField newD{QStringLiteral("newD")};
+    UpDownArrows spinnerD{QStringLiteral("spinnerD")};
+    PushButton createNewFav{QStringLiteral("createNewFav"), QStringLiteral("Add")};
+    Label favInfo{QStringLiteral("favInfo")};
+    Label randomStatus{QStringLiteral("randomStatus")};
+    Label firmwareLabel{QStringLiteral("firmwareLabel"), QStringLiteral("Firmware")};
+
+    /// Static captions of the window, by name (Label1 "Select mode" ...).
+    static const std::vector<std::pair<QString, QString>>& staticCaptions();
+
+private:
+    void wireControls();
+    void setHelpTags();
+    void wireTimers();
+    void wireSockets();
+    void logIf(const QString& text) {
+        if (serverLogging) log(text);
+    }
+    bool logSerialOn() const { return serverLogging && activityLog.logSerial.value(); }
+    /// The switch of the serial line to the high rate, run from statusRefresh.
+    void switchToHighSpeed();
+    /// Sets the C and D captions and the diagram for a mode index.
+    void showModeLabels(qint64 index);
+
+    Platform& p_;
+};
+
+}  // namespace velto

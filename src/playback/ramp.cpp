@@ -1,0 +1,17 @@
+// Favourite playback: the command queue and the timers that rise, run and fall.
+
+#include "device/main_app.h"
+
+namespace velto {
+
+void MainApp::seqTimer_Action() {
+    // The queue is a stack: the last command appended goes first.
+    if (cmdSequence.isEmpty()) {
+        seqTimer.setMode(Timer::Off);
+        return;
+    }
+    const QString command = cmdSequence.takeLast();
+    sendStimData(command);
+}
+
+}  // namespace velto

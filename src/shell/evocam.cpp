@@ -1,0 +1,13 @@
+// Captions for the webcam application. The script runner that carries them arrives with the
+// captions themselves; until then a caption goes nowhere.
+
+#include "device/main_app.h"
+
+namespace velto {
+
+void MainApp::evoCamCaption(const QString& reply, const QString& name) {
+    Q_UNUSED(reply);
+    Q_UNUSED(name);
+}
+
+}  // namespace velto

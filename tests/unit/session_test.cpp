@@ -1,0 +1,223 @@
+// The control session: Connect in each mode, the poll, the stop buttons and the run clock.
+
+#include <gtest/gtest.h>
+
+#include "support/rig.h"
+
+using namespace velto;
+
+TEST(Session, SoloConnectOpensThePortWakesTheLineAndPollsEvery2500ms) {
+    Rig rig;
+    rig.open();
+    EXPECT_FALSE(rig->watchDog.enabled());
+    rig->Connect.push();
+    ASSERT_TRUE(rig.serial.isOpen());
+    EXPECT_EQ(rig.serial.portName(), QStringLiteral("/dev/tty.usbserial"));
+    ASSERT_FALSE(rig.serial.writes.empty());
+    EXPECT_EQ(rig.serial.writes[0].bytes, QByteArray("\r"));
+    EXPECT_EQ(rig.serial.writes[0].baud, 9600);
+    EXPECT_EQ(rig.serial.xmitWaits, 1);
+    EXPECT_TRUE(rig->watchDog.enabled());
+    EXPECT_EQ(rig.remoteControl.listens + rig.remoteControl.connects, 0);
+
+    rig.advance(10000);
+    std::vector<qint64> polls;
+    for (const auto& w : rig.serial.writes)
+        if (w.bytes == "V\r") polls.push_back(w.timeMs);
+    EXPECT_EQ(polls, (std::vector<qint64>{2500, 5000, 7500, 10000}));
+    // The poll bypasses the gate: no lastCommand, the clock is left alone.
+    EXPECT_TRUE(rig->lastCommand.isEmpty());
+    EXPECT_EQ(rig->veltoStatus.text(), QString::fromLatin1(rig.box().statusLine()));
+    EXPECT_EQ(rig->batteryLabel.text(), QStringLiteral("Battery 90%"));
+    EXPECT_EQ(rig->firmwareLabel.text(), QStringLiteral("Firmware 2.106"));
+    EXPECT_EQ(rig->firmwareVersion, 2106);
+
+    // Connect again: the port is closed and reopened, the high-rate flag cleared, nothing else.
+    rig->highSpeedEnabled = true;
+    const int opens = rig.serial.opens;
+    rig->Connect.push();
+    EXPECT_EQ(rig.serial.opens, opens + 1);
+    EXPECT_EQ(rig.serial.closes, 1);
+    EXPECT_FALSE(rig->highSpeedEnabled);
+    EXPECT_TRUE(rig.dialogs.messages.isEmpty());
+}
+
+TEST(Session, APortThatWillNotOpenShowsAMessageAndASlaveStillListens) {
+    Rig rig;
+    rig.writePref(QStringLiteral("veltoprefs.ini"),
+                  QStringLiteral("serial=/dev/nothing-here\nmode=slave\nport=7999\nhttp=true\n"));
+    rig.open();
+    rig->_activityToggle_Action();
+    rig->Connect.push();
+    EXPECT_EQ(rig.dialogs.messages, QStringList{QStringLiteral("Unable to connect")});
+    EXPECT_FALSE(rig->watchDog.enabled());
+    EXPECT_TRUE(rig.remoteControl.isListening());
+    EXPECT_EQ(rig.remoteControl.port, 7999);
+    EXPECT_EQ(rig->adtimer.period(), 5000);
+    EXPECT_EQ(rig->adtimer.mode(), Timer::Multiple);
+    EXPECT_EQ(rig->localAddr.text(), QStringLiteral("Address: 127.0.0.1 (HTTP mode)"));
+    EXPECT_TRUE(rig->httpResponse);
+    EXPECT_FALSE(rig->overrideTimeout);
+    EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Address: 127.0.0.1 (HTTP mode)")));
+}
+
+TEST(Session, MasterConnectsToItsPeerAndNeverPolls) {
+    Rig rig;
+    rig.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("mode=master\nhost=127.0.0.2\nport=7850\n"));
+    rig.open();
+    rig->advancedRemote = true;
+    rig->Connect.push();
+    EXPECT_FALSE(rig->advancedRemote);
+    EXPECT_EQ(rig.serial.opens, 0);
+    EXPECT_FALSE(rig->watchDog.enabled());
+    EXPECT_EQ(rig.remoteControl.connects, 1);
+    EXPECT_EQ(rig.remoteControl.address, QStringLiteral("127.0.0.2"));
+    EXPECT_EQ(rig.remoteControl.port, 7850);
+
+    // A watchDog left on from a solo session fires, and its handler does nothing in master.
+    rig->watchDog.setEnabled(true);
+    rig.advance(5000);
+    EXPECT_TRUE(rig.serial.writes.empty());
+
+    // With no peer, commands are dropped silently; the clock is zeroed all the same.
+    rig->elapsedTime = 9;
+    rig->sendStimData(QStringLiteral("A10"));
+    EXPECT_EQ(rig->elapsedTime, 0);
+    EXPECT_TRUE(rig.remoteControl.sent.isEmpty());
+    // With a peer they go to it with CR LF.
+    rig.remoteControl.peerConnects();
+    rig.advance(1);
+    rig->sendStimData(QStringLiteral("A10"));
+    EXPECT_EQ(rig.remoteControl.sent, QByteArray("A10\r\n"));
+    EXPECT_GE(rig.remoteControl.flushes, 1);
+}
+
+TEST(Session, BrokerAndSoloBranchesOfConnect) {
+    Rig rig;
+    rig.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("mode=slave\nusebroker=true\n"));
+    rig.open();
+    rig->_activityToggle_Action();
+    rig.brokerSocket.peerConnects();
+    rig.advance(1);
+    rig->brokerConnected = true;
+    rig->hostInfo.setText(QStringLiteral("Connection from somebody"));
+    rig->Connect.push();
+    EXPECT_EQ(rig.brokerSocket.disconnects, 1);
+    EXPECT_FALSE(rig->brokerConnected);
+    EXPECT_TRUE(rig->hostInfo.text().isEmpty());
+    EXPECT_EQ(rig.remoteControl.listens, 0);
+    EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Connecting to broker")));
+
+    // Solo ends an open peer link.
+    rig->systemMode = QStringLiteral("Solo");
+    rig.remoteControl.peerConnects();
+    rig.advance(1);
+    rig->Connect.push();
+    EXPECT_FALSE(rig.remoteControl.isConnected());
+}
+
+TEST(Session, StopHaltAndDefault) {
+    Rig rig;
+    rig.connect();
+    size_t mark = rig.serial.writes.size();
+    rig->Reset.push();
+    EXPECT_EQ(rig.commandsSince(mark), QStringList{QStringLiteral("E")});
+
+    // STOP with the window shown: "K" at once, then playbackStop's two "K" 200 ms apart.
+    rig->overrideTimeout = true;
+    rig->cmdSequence = {QStringLiteral("A5")};
+    mark = rig.serial.writes.size();
+    const qint64 t0 = rig.clock.nowMs();
+    rig->allStop.push();
+    EXPECT_FALSE(rig->overrideTimeout);
+    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("STOP"));
+    rig.advance(1000);
+    QStringList sent;
+    std::vector<qint64> at;
+    for (size_t i = mark; i < rig.serial.writes.size(); ++i)
+        if (rig.serial.writes[i].bytes != "V\r") {
+            sent.append(QString::fromLatin1(rig.serial.writes[i].bytes).trimmed());
+            at.push_back(rig.serial.writes[i].timeMs - t0);
+        }
+    EXPECT_EQ(sent, (QStringList{QStringLiteral("K"), QStringLiteral("K"), QStringLiteral("K")}));
+    EXPECT_EQ(at, (std::vector<qint64>{0, 200, 400}));
+    EXPECT_EQ(rig->seqTimer.mode(), Timer::Off);  // ran dry and stopped
+
+    // With the window hidden STOP still sends "K" but does not push playbackStop.
+    rig->window.setVisible(false);
+    rig->tickCounter.setText({});
+    mark = rig.serial.writes.size();
+    rig->allStop.push();
+    rig.advance(1000);
+    EXPECT_EQ(rig.commandsSince(mark).filter(QStringLiteral("K")).size(), 1);
+    EXPECT_TRUE(rig->tickCounter.text().isEmpty());
+
+    // Halt stops the timers and leaves the outputs alone; rampDown is not its business.
+    rig->rampDown.setMode(Timer::Multiple);
+    rig->rampTimer.setMode(Timer::Multiple);
+    rig->cmdSequence = {QStringLiteral("A1")};
+    rig->rampStep = 7;
+    mark = rig.serial.writes.size();
+    rig->halt.push();
+    EXPECT_EQ(rig->rampTimer.mode(), Timer::Off);
+    EXPECT_EQ(rig->rampDown.mode(), Timer::Multiple);
+    EXPECT_EQ(rig->rampStep, 1);
+    EXPECT_TRUE(rig->cmdSequence.isEmpty());
+    EXPECT_EQ(rig->randomStatus.text(), QStringLiteral("Stopped"));
+    EXPECT_EQ(rig.serial.writes.size(), mark);
+}
+
+TEST(Session, TheRunClockCountsWhileALevelIsOn) {
+    Rig rig;
+    rig.connect();
+    rig.box().setLevelA(20);
+    rig.advance(2500);  // the poll brings A 20: manual control starts the clock
+    ASSERT_EQ(rig->channelA.value(), 20);
+    EXPECT_EQ(rig->elapsedTimer.mode(), Timer::Multiple);
+    rig->elapsedTime = 58;
+    rig->elapsedTimer.reset();
+    rig.advance(1000);
+    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("59s"));
+    rig.advance(1000);
+    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("60s"));
+    rig.advance(1000);
+    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("1m1"));
+    rig->elapsedTime = 124;
+    rig->elapsedTimer_Action();
+    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("2m5"));
+
+    // Both levels at 0: "OFF", and the count stops though the timer runs on.
+    rig.box().setLevelA(0);
+    rig.advance(2500);
+    rig->elapsedTime = 7;
+    rig->elapsedTimer_Action();
+    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("OFF"));
+    EXPECT_EQ(rig->elapsedTime, 7);
+    EXPECT_EQ(rig->elapsedTimer.mode(), Timer::Multiple);
+
+    // A click on the clock: a message, and three timers stopped for good.
+    rig->seqTimer.setMode(Timer::Multiple);
+    rig->loopTimer.setMode(Timer::Single);
+    EXPECT_FALSE(rig->tickCounter_MouseDown());
+    EXPECT_EQ(rig.dialogs.messages.last(), QStringLiteral("Clicky click"));
+    EXPECT_EQ(rig->seqTimer.mode(), Timer::Off);
+    EXPECT_EQ(rig->loopTimer.mode(), Timer::Off);
+}
+
+TEST(Session, ASlaveIdleTimeoutStopsTheOutputs) {
+    Rig rig;
+    rig.connect();
+    rig->_activityToggle_Action();
+    const size_t mark = rig.serial.writes.size();
+    rig->slaveIdle_Action();
+    EXPECT_EQ(rig->errText.text(), QStringLiteral("Slave mode timeout"));
+    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("STOP"));
+    rig.advance(500);
+    EXPECT_EQ(rig.commandsSince(mark).filter(QStringLiteral("K")).size(), 3);
+    EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Slave mode timeout")));
+    EXPECT_TRUE(rig.logLines().contains(QStringLiteral("STOP ALL")));
+
+    rig->systemMode = QStringLiteral("slave");
+    rig->Event_Activate();
+    EXPECT_EQ(rig->modeLabel.text(), QStringLiteral("Mode: slave"));
+}
