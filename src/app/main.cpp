@@ -1,0 +1,141 @@
+// The program: picks the adapters (a window, or none), builds MainApp, runs its start-up and
+// the event loop. SIGINT and SIGTERM end it cleanly with status 0.
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+#include <QTimer>
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "app/command_line.h"
+#include "device/main_app.h"
+#include "platform/headless_dialogs.h"
+#include "platform/qt/qt_clock.h"
+#include "platform/qt/qt_network_info.h"
+#include "platform/qt/qt_serial_port.h"
+#include "platform/qt/qt_tcp_socket.h"
+#include "platform/qt/qt_udp_socket.h"
+
+#ifdef VELTO_WITH_GUI
+#include <QApplication>
+
+#include "gui/main_window_view.h"
+#include "gui/qt_dialogs.h"
+#endif
+
+namespace {
+
+int signalPipe[2] = {-1, -1};
+
+void onSignal(int) {
+    const char byte = 1;
+    [[maybe_unused]] const auto n = ::write(signalPipe[1], &byte, 1);
+}
+
+// Signals become an event on the loop, where quitting is safe.
+void quitOnSignals(QCoreApplication& app) {
+    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalPipe) != 0) return;
+    auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, &app);
+    QObject::connect(notifier, &QSocketNotifier::activated, &app, [&app] {
+        char byte;
+        [[maybe_unused]] const auto n = ::read(signalPipe[0], &byte, 1);
+        app.quit();
+    });
+    struct sigaction action = {};
+    action.sa_handler = onSignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+void print(std::FILE* out, const QString& text) {
+    std::fputs(text.toUtf8().constData(), out);
+    std::fputc('\n', out);
+    std::fflush(out);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i) arguments.append(QString::fromLocal8Bit(argv[i]));
+    const velto::CommandLine cl = velto::CommandLine::parse(arguments);
+    if (!cl.error.isEmpty()) {
+        print(stderr, QStringLiteral("velto: ") + cl.error + QLatin1Char('\n') + velto::CommandLine::usage());
+        return 2;
+    }
+    if (cl.help) {
+        std::fputs(velto::CommandLine::usage().toUtf8().constData(), stdout);
+        return 0;
+    }
+    if (cl.version) {
+        print(stdout, QStringLiteral("Velto Control/Server ") + QString::fromLatin1(velto::MainApp::kVersion));
+        return 0;
+    }
+
+    std::unique_ptr<QCoreApplication> app;
+#ifdef VELTO_WITH_GUI
+    const bool windowed = !cl.headless;
+    if (windowed)
+        app = std::make_unique<QApplication>(argc, argv);
+    else
+        app = std::make_unique<QCoreApplication>(argc, argv);
+#else
+    const bool windowed = false;
+    app = std::make_unique<QCoreApplication>(argc, argv);
+#endif
+    QCoreApplication::setApplicationName(QStringLiteral("velto"));
+    QCoreApplication::setApplicationVersion(QString::fromLatin1(velto::MainApp::kVersion));
+
+    velto::QtClock clock;
+    velto::ExceptionBoundary boundary;
+    velto::QtSerialPort serial;
+    velto::QtTcpSocket remoteControl, brokerSocket, connectSocket;
+    velto::QtUdpSocket advertising;
+    velto::QtUdpFactory udp;
+    velto::QtNetworkInfo network;
+    if (cl.broadcast) network.setBroadcastOverride(*cl.broadcast);
+
+    std::unique_ptr<velto::Dialogs> dialogs;
+#ifdef VELTO_WITH_GUI
+    if (windowed) dialogs = std::make_unique<velto::QtDialogs>();
+#endif
+    if (!dialogs) dialogs = std::make_unique<velto::HeadlessDialogs>();
+
+    velto::Preferences preferences = cl.prefs ? velto::Preferences(*cl.prefs) : velto::Preferences::platformDefault();
+    velto::Platform platform{clock,         boundary,    serial, remoteControl, brokerSocket,
+                             connectSocket, advertising, udp,    network,       *dialogs,
+                             preferences};
+
+    velto::MainApp mainApp(platform);
+    velto::Dialogs* reportTo = dialogs.get();
+    boundary.setReporter([windowed, reportTo](const QString& what) {
+        if (windowed)
+            reportTo->message(what);
+        else
+            print(stderr, QStringLiteral("unhandled: ") + what);
+    });
+    if (!windowed)
+        mainApp.activityLog.lineLogged.connect([](const QString& line) { print(stdout, line); });
+
+    boundary.run([&] { mainApp.App_Event_Open(); });
+
+#ifdef VELTO_WITH_GUI
+    std::unique_ptr<velto::MainWindowView> view;
+    if (windowed) {
+        view = std::make_unique<velto::MainWindowView>(mainApp);
+        view->show();
+    }
+#endif
+    boundary.run([&] { mainApp.Event_Activate(); });
+    if (cl.log) boundary.run([&] { mainApp._activityToggle_Action(); });
+    if (cl.logSerial) mainApp.activityLog.logSerial.setValue(true);
+    if (cl.connect) QTimer::singleShot(0, app.get(), [&] { mainApp.Connect.push(); });
+
+    quitOnSignals(*app);
+    return app->exec();
+}

@@ -1,0 +1,17 @@
+#pragma once
+// Real message boxes and file dialogs, for the windowed program.
+
+#include "platform/dialogs.h"
+
+namespace velto {
+
+class QtDialogs final : public Dialogs {
+public:
+    void message(const QString& text) override;
+    bool okCancel(const QString& text, Icon icon) override;
+    bool yesNo(const QString& text, Icon icon) override;
+    std::optional<QString> openFile(const FileDialog& dialog) override;
+    std::optional<QString> saveFile(const FileDialog& dialog) override;
+};
+
+}  // namespace velto
