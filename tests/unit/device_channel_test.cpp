@@ -1,0 +1,209 @@
+// The serial command channel: the gate, the assembly of replies, the reply check and its
+// correction loop, with the simulated box behind the fake port.
+
+#include <gtest/gtest.h>
+
+#include "support/rig.h"
+
+using namespace velto;
+using sim::Sim2B;
+
+namespace {
+// What went out after `mark`, polls left out.
+QStringList commandsAfter(const Rig& rig, size_t mark) {
+    QStringList out = rig.commandsSince(mark);
+    out.removeAll(QStringLiteral("V"));
+    return out;
+}
+}  // namespace
+
+TEST(DeviceChannel, TheGateTrimsFramesAndRemembersTheCommand) {
+    Rig rig;
+    rig.connect();
+    rig->_activityToggle_Action();
+    rig->activityLog.logSerial.setValue(true);
+    size_t mark = rig.serial.writes.size();
+
+    rig->elapsedTime = 5;
+    rig->sendStimData(QStringLiteral("   "));
+    EXPECT_EQ(rig.serial.writes.size(), mark);
+    EXPECT_EQ(rig->elapsedTime, 5);
+
+    rig->sendStimData(QStringLiteral(" A40 "));
+    EXPECT_EQ(rig.serial.writes.back().bytes, QByteArray("A40\r"));
+    EXPECT_EQ(rig->lastCommand, QStringLiteral(" A40 "));
+    EXPECT_EQ(rig->elapsedTime, 0);
+    EXPECT_EQ(rig.logLines().last(), QStringLiteral("Sent A40"));
+    rig.advance(50);
+    EXPECT_TRUE(rig->lastCommand.isEmpty());  // emptied when the reply passed
+    EXPECT_EQ(rig->channelA.value(), 40);
+
+    // "K" stops the clock and hands control back; "K " is sent as "K" but is not "K".
+    rig->manualControl = false;
+    rig->overrideTimeout = true;
+    rig->elapsedTimer.setMode(Timer::Multiple);
+    rig->sendStimData(QStringLiteral("K "));
+    EXPECT_EQ(rig.serial.writes.back().bytes, QByteArray("K\r"));
+    EXPECT_FALSE(rig->manualControl);
+    EXPECT_TRUE(rig->overrideTimeout);
+    rig->sendStimData(QStringLiteral("k"));
+    EXPECT_TRUE(rig->manualControl);
+    EXPECT_FALSE(rig->overrideTimeout);
+    EXPECT_EQ(rig->elapsedTimer.mode(), Timer::Off);
+
+    // The serial trace needs both the log and its check box.
+    rig->activityLog.logSerial.setValue(false);
+    const int lines = rig.logLines().size();
+    rig->sendStimData(QStringLiteral("A1"));
+    rig.advance(50);
+    EXPECT_EQ(rig.logLines().size(), lines);
+}
+
+TEST(DeviceChannel, RepliesAreJoinedSplitAndCleanedBeforeTheCheck) {
+    Rig rig;
+    rig.connect();
+    rig->_activityToggle_Action();
+    rig->activityLog.logSerial.setValue(true);
+
+    // A reply torn over two reads is joined.
+    rig.box().setLevelB(30);
+    rig.box().inject(Sim2B::Fault::SplitReply);
+    rig.advance(2500);
+    EXPECT_EQ(rig->channelB.value(), 30);
+    EXPECT_EQ(rig->veltoStatus.text(), QString::fromLatin1(rig.box().statusLine()));
+    EXPECT_TRUE(rig->veltoResults.isEmpty());
+
+    // Two lines in one read: only the first counts.
+    rig.serial.deliver("700:20:20:100:100:0:L:0:2.106\n700:90:90:100:100:0:L:0:2.106\n");
+    EXPECT_EQ(rig->channelA.value(), 10);
+    EXPECT_EQ(rig->veltoStatus.text(), QStringLiteral("700:20:20:100:100:0:L:0:2.106"));
+    EXPECT_TRUE(rig.logLines().contains(QStringLiteral("2B replied 700:20:20:100:100:0:L:0:2.106")));
+
+    // "?" with CR LF is not taken out; trimmed it is "?", which passes and only shows.
+    rig.serial.deliver("?\r\n");
+    EXPECT_EQ(rig->veltoStatus.text(), QStringLiteral("?"));
+    EXPECT_EQ(rig->channelA.value(), 10);
+
+    // A device that never ends its line can't grow the buffer without end.
+    rig.serial.deliver(QByteArray(200 * 1024, 'x'));
+    EXPECT_LE(rig->veltoResults.size(), MainApp::kMaxSerialBuffer);
+    rig.serial.deliver("\n");
+    EXPECT_TRUE(rig->veltoResults.isEmpty());
+    EXPECT_TRUE(rig.boundary.reports().isEmpty());
+}
+
+TEST(DeviceChannel, TheReplyCheckComparesTheFieldOfTheLastCommand) {
+    Rig rig;
+    rig.open();
+    rig->checkResponses = true;
+    const QString reply = QStringLiteral("512:100:0:100:100:0:L:0:2.106");
+    struct Case {
+        const char* lastCommand;
+        bool passes;
+    } cases[] = {
+        {"A50", true}, {"A51", false}, {"a50", true},  {"B0", true},   {"B1", false},
+        {"C50", true}, {"C49", false}, {"D50", true},  {"M0", true},   {"M1", false},
+        {"L", true},   {"H", false},   {"Y", false},   {"K", true},    {"", true},
+        {"Axyz", false}, {"J1", true}, {"E", true},
+    };
+    for (const auto& c : cases) {
+        rig->lastCommand = QString::fromLatin1(c.lastCommand);
+        EXPECT_EQ(rig->validateResponse(reply), c.passes) << c.lastCommand;
+    }
+    // Half steps never equal a level: 101 halves to 50.5.
+    rig->lastCommand = QStringLiteral("A50");
+    EXPECT_FALSE(rig->validateResponse(QStringLiteral("512:101:0:100:100:0:L:0:2.106")));
+    // Mode numbers are not halved; power letters ignore case.
+    rig->lastCommand = QStringLiteral("M7");
+    EXPECT_TRUE(rig->validateResponse(QStringLiteral("512:0:0:100:100:7:L:0:2.106")));
+    rig->lastCommand = QStringLiteral("Y");
+    EXPECT_TRUE(rig->validateResponse(QStringLiteral("512:0:0:100:100:0:d:0:2.119")));
+    // Without correction, or on a master, only the field count matters.
+    rig->lastCommand = QStringLiteral("A51");
+    rig->checkResponses = false;
+    EXPECT_TRUE(rig->validateResponse(reply));
+    rig->checkResponses = true;
+    rig->systemMode = QStringLiteral("MASTER");
+    EXPECT_TRUE(rig->validateResponse(reply));
+    // The field count is tested always and logged.
+    rig->_activityToggle_Action();
+    EXPECT_FALSE(rig->validateResponse(QStringLiteral("512:100:0:100:100:0:L:0")));
+    EXPECT_TRUE(rig->validateResponse(QStringLiteral("?")));
+    EXPECT_EQ(rig.logLines().last(), QStringLiteral("Bad response length =7"));
+}
+
+TEST(DeviceChannel, AWrongReplyIsCorrectedBySendingTheCommandAgain) {
+    Rig rig;
+    rig.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("errorcorrection=true\n"));
+    rig.connect();
+    ASSERT_TRUE(rig->checkResponses);
+
+    // The box does not take the level once: the reply fails and "A50" goes out again at once.
+    rig.box().inject(Sim2B::Fault::WrongLevel);
+    size_t mark = rig.serial.writes.size();
+    rig->channelA.setValue(50);
+    rig.advance(15);
+    EXPECT_EQ(rig->lastCmd.text(), QStringLiteral("Error detected. Correcting..."));
+    rig.advance(100);
+    EXPECT_EQ(commandsAfter(rig, mark), (QStringList{QStringLiteral("A50"), QStringLiteral("A50")}));
+    EXPECT_TRUE(rig->lastCmd.text().isEmpty());
+    EXPECT_TRUE(rig->lastCommand.isEmpty());
+    EXPECT_EQ(rig.box().levelA(), 50);
+    EXPECT_EQ(rig->channelA.value(), 50);
+
+    // A poll reply overtaking a level command fails against it and repeats the command.
+    rig.advance(2500 - (rig.clock.nowMs() % 2500) - 5);  // 5 ms before the next poll
+    rig.advance(5);                                     // the poll goes out
+    mark = rig.serial.writes.size();
+    rig.advance(5);
+    rig->channelA.setValue(60);                         // while the poll's reply is in flight
+    rig.advance(100);
+    EXPECT_EQ(commandsAfter(rig, mark), (QStringList{QStringLiteral("A60"), QStringLiteral("A60")}));
+    EXPECT_EQ(rig->channelA.value(), 60);
+
+    // A short reply is logged and corrected the same way; so is a lone "?".
+    rig->_activityToggle_Action();
+    rig.box().inject(Sim2B::Fault::BadLength);
+    mark = rig.serial.writes.size();
+    rig->channelB.setValue(5);
+    rig.advance(100);
+    EXPECT_EQ(commandsAfter(rig, mark), (QStringList{QStringLiteral("B5"), QStringLiteral("B5")}));
+    EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Bad response length =7")));
+
+    rig.box().inject(Sim2B::Fault::LoneQuestion);
+    mark = rig.serial.writes.size();
+    rig->channelB.setValue(6);
+    rig.advance(100);
+    EXPECT_EQ(commandsAfter(rig, mark), (QStringList{QStringLiteral("B6"), QStringLiteral("B6")}));
+    EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Bad response length =-1")));
+
+    // With nothing pending, a bad poll reply sends nothing.
+    rig.box().inject(Sim2B::Fault::BadLength);
+    mark = rig.serial.writes.size();
+    rig.advance(2500);
+    EXPECT_EQ(commandsAfter(rig, mark), QStringList{});
+    EXPECT_TRUE(rig.boundary.reports().isEmpty());
+}
+
+TEST(DeviceChannel, ADroppedReplyLeavesTheLabelsAsTheyWereUntilTheNextPoll) {
+    Rig rig;
+    rig.connect();
+    rig.advance(2500);
+    const QString before = rig->veltoStatus.text();
+    rig.box().setBattery(742);
+    rig.box().inject(Sim2B::Fault::DropReply);
+    rig.advance(2500);
+    EXPECT_EQ(rig->veltoStatus.text(), before);
+    rig.advance(2500);
+    EXPECT_EQ(rig->batteryLabel.text(), QStringLiteral("Battery 100%"));
+}
+
+TEST(DeviceChannel, PauseWaitsMoreThanItsTimeWhileOtherEventsRun) {
+    Rig rig;
+    rig.connect();
+    const qint64 start = rig.clock.nowMs();
+    const size_t mark = rig.serial.writes.size();
+    rig->pause(2600);
+    EXPECT_EQ(rig.clock.nowMs(), start + 2601);
+    EXPECT_EQ(rig.commandsSince(mark), QStringList{QStringLiteral("V")});  // the poll ran meanwhile
+}
