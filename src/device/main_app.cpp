@@ -60,7 +60,6 @@ MainApp::~MainApp() {
 void MainApp::wireTimers() {
     watchDog.action = [this] { watchDog_Action(); };
     slaveIdle.action = [this] { slaveIdle_Action(); };
-    seqTimer.action = [this] { seqTimer_Action(); };
     elapsedTimer.action = [this] { elapsedTimer_Action(); };
 }
 
@@ -79,7 +78,6 @@ void MainApp::wireControls() {
     on(Reset.action, [this] { Reset_Action(); });
     on(allStop.action, [this] { allStop_Action(); });
     on(halt.action, [this] { halt_Action(); });
-    on(playbackStop.action, [this] { playbackStop_Action(); });
 
     on(ModeControl.change, [this] { ModeControl_Change(); });
     on(channelA.valueChanged, [this] { channelA_ValueChanged(); });
@@ -100,6 +98,8 @@ void MainApp::wireControls() {
     on(joinChannels.action, [this] { joinChannels_Action(); });
 
     on(activityLog.window.closed, [this] { activityLog_Close(); });
+    wireFavourites();
+    wirePlayback();
 
     // The sliders' Open events: the created ranges and page steps are replaced here.
     channelA_Open();

@@ -158,15 +158,18 @@ public:
     /// The 14 start rows of ModeControl and selectMode.
     static QStringList modeRows();
 
-    // ---- Playback: the command queue and the stop ---------------------------------------------
+    // ---- Favourites store and files (playback/favourites.cpp) --------------------------------
+    /// Reads a favourites file into favsList (appending).
+    void readFavourites(const QString& path);
+
+    // ---- Favourite playback, level moves, sequences (playback/ramp.cpp, level_move.cpp,
+    //      sequence.cpp) ------------------------------------------------------------------------
     /// Sends one queued command from the tail of cmdSequence; turns itself off when dry.
     void seqTimer_Action();
     /// Stop playback: halts everything and queues "K" twice.
     void playbackStop_Action();
 
-    // ---- Favourites and random files: read at start-up ---------------------------------------
-    /// Reads a favourites file into favsList (appending).
-    void readFavourites(const QString& path);
+    // ---- Random and loop playback (playback/random_loop.cpp) ----------------------------------
     /// Reads "veltorandom.ini" into the controls of the Random tab.
     void readRandomSettings(const QString& path);
 
@@ -288,6 +291,9 @@ public:
 private:
     void wireControls();
     void setHelpTags();
+    /// Each subsystem binds its own controls' and timers' events.
+    void wireFavourites();
+    void wirePlayback();
     void wireTimers();
     void wireSockets();
     void logIf(const QString& text) {

@@ -4,6 +4,8 @@
 
 namespace velto {
 
+void MainApp::wireFavourites() {}
+
 void MainApp::readFavourites(const QString& path) {
     // The reader of the favourites format arrives with the favourites store.
     Q_UNUSED(path);

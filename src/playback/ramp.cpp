@@ -4,6 +4,12 @@
 
 namespace velto {
 
+void MainApp::wirePlayback() {
+    ExceptionBoundary& b = p_.boundary;
+    seqTimer.action = [this] { seqTimer_Action(); };
+    playbackStop.action.connect(b.wrap([this] { playbackStop_Action(); }));
+}
+
 void MainApp::seqTimer_Action() {
     // The queue is a stack: the last command appended goes first.
     if (cmdSequence.isEmpty()) {
