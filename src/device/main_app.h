@@ -159,6 +159,9 @@ public:
     static QStringList modeRows();
 
     // ---- Favourites store and files (playback/favourites.cpp) --------------------------------
+    /// Mode names by device mode number. `byFirmware` false: the 14-entry base table; true: the
+    /// table of the reporting firmware (15 entries, "Intense" at 3, from 2119 on).
+    QStringList modeTable(bool byFirmware) const;
     /// Reads a favourites file into favsList (appending).
     void readFavourites(const QString& path);
 
