@@ -18,6 +18,7 @@
 #include "platform/platform.h"
 #include "platform/timer.h"
 #include "shell/activity_log.h"
+#include "shell/menus.h"
 
 namespace velto {
 
@@ -162,20 +163,90 @@ public:
     /// Mode names by device mode number. `byFirmware` false: the 14-entry base table; true: the
     /// table of the reporting firmware (15 entries, "Intense" at 3, from 2119 on).
     QStringList modeTable(bool byFirmware) const;
-    /// Reads a favourites file into favsList (appending).
+    /// Sets up favsList's columns: widths, headings, cell types, drag reorder.
+    void favsList_Open();
+    /// Shows the selected favourite in favInfo.
+    void favsList_Change();
+    /// Adds a row from the live settings; `isRemote` prefixes the name with "R-" (a peer's SAVE).
+    void storeCurrentSettings(bool isRemote);
+    /// Adds a row from the fields of the Edit tab.
+    void createNewFav_Action();
+    void deleteSelected_Action();
+    void spinnerA_Up();
+    void spinnerA_Down();
+    void spinnerB_Up();
+    void spinnerB_Down();
+    void spinnerC_Up();
+    void spinnerC_Down();
+    void spinnerD_Up();
+    void spinnerD_Down();
+    /// Reads a favourites file into favsList, appending. A short line throws OutOfBounds; the
+    /// rows read before it stay.
     void readFavourites(const QString& path);
+    /// Writes favsList to the current favourites file, all or nothing. I/O errors are silent.
+    void saveFavourites();
+    bool _openFavs_Action();
+    bool _SaveAs_Action();
+    /// Saves the favourites, then the random settings.
+    bool _saveAll_Action();
 
     // ---- Favourite playback, level moves, sequences (playback/ramp.cpp, level_move.cpp,
     //      sequence.cpp) ------------------------------------------------------------------------
+    /// Plays row `row` of favsList: mode and power, a rise in tenths, then (unless
+    /// `continueAfter`, a go-to) the run and the fall. An absent row throws OutOfBounds.
+    void playStimFavourite(qint64 row, bool continueAfter);
+    void playSelected_Action();
+    void gotoSelected_Action();
     /// Sends one queued command from the tail of cmdSequence; turns itself off when dry.
     void seqTimer_Action();
+    void rampTimer_Action();
+    void runTimer_Action();
+    void rampDown_Action();
+
+    void Adjust_Action();
+    void adjustSelected_Action();
+    /// Moves A and B to the given levels in whole steps over `seconds`; C and D are ignored.
+    void setOutputLevels(qint64 levelA, qint64 levelB, qint64 levelC, qint64 levelD, qint64 seconds);
+    void moveTimer_Action();
+    /// The Adjust rule for one channel: "+n"/"-n" relative to `current`, else absolute,
+    /// clamped to 0..100. MOVE from a peer uses the same rule.
+    static qint64 adjustTarget(const QString& text, qint64 current);
+
+    void createSequence_Action();
+    /// Plays the next row of stimSequence, or clears randMode when none is left.
+    void playStimSequence();
     /// Stop playback: halts everything and queues "K" twice.
     void playbackStop_Action();
+    /// Unticks column 4 of every row.
+    void seqAllOff();
 
     // ---- Random and loop playback (playback/random_loop.cpp) ----------------------------------
+    void randomStart_Action();
+    void randomLoop_Action();
+    void randomStop_Action();
+    void randomTimer_Action();
+    void loopTimer_Action();
+    void createRandomSequence();
+    /// Plays the next favourite of randomSequence, starts a new round, or completes the run.
+    void randomPlayback();
     /// Reads "veltorandom.ini" into the controls of the Random tab.
     void readRandomSettings(const QString& path);
+    /// Writes "veltorandom.ini" whole, or leaves the old file as it was.
+    void saveRandom();
+    /// "true" when the box's state is exactly 1, else "false".
+    static QString checkboxToText(const CheckBox& box);
 
+private:
+    /// The ";PROGRESS:" or ";STATUS:" lines of a rise or fall step, when a peer listens.
+    void reportRampStep(const char* direction);
+    /// What follows a fall that reached zero outside a random run: the next row or the end.
+    void sequenceFavouriteEnded();
+    /// What follows a fall that reached zero in a random run: the end, a wait, or the next.
+    void randomFavouriteEnded();
+    /// Arms randomTimer for a wait of minDelay..maxDelay seconds before the next favourite.
+    void waitBetweenFavourites();
+
+public:
     // ---- Points where later subsystems hook in -----------------------------------------------
     /// The link to a peer: lines out to whichever transport is connected.
     void sendRemoteData(const QString& text);
@@ -196,8 +267,33 @@ public:
     // ---- Activity log ------------------------------------------------------------------------
     ActivityLog activityLog;
     void log(const QString& text) { activityLog.logItem(text); }
-    void _activityToggle_Action();
+    bool _activityToggle_Action();
     void activityLog_Close();
+
+    // ---- Main window: menus, keys, enablement (shell/main_window.cpp) -------------------------
+    MenuBar MenuBar1;
+    /// Binds each menu item to its handler.
+    void AddMenuHandlers();
+    /// A key pressed in the window; always false (the key goes on to the framework).
+    bool Event_KeyDown(const QString& key);
+    /// Run before a menu is shown.
+    void Event_EnableMenuItems();
+    bool _FileNewmessage_Action();
+    bool _prefsMenu_Action();
+    bool _FileCheckforupdate_Action();
+    bool _aboutMenu_Action();
+    bool _openStore_Action();
+    bool _aboutVB_Action();
+    bool _vbConnect_Action();
+    bool _vbQuit_Action();
+    bool _vbRequest_Action();
+    bool _vbDisconnect_Action();
+    bool _vbBlock_Action();
+    bool _vbManager_Action();
+    bool _veltoConnect_Action();
+    bool _disconnect_Action();
+    static constexpr const char* kServiceAboutUrl = "https://broker.velto.example/about";
+    static constexpr const char* kStoreUrl = "https://store.velto.example/";
 
     // ---- Main window: controls, in creation order --------------------------------------------
     Window window{QStringLiteral("MainApp"), QStringLiteral("Velto Control/Server")};
@@ -296,6 +392,8 @@ private:
     void setHelpTags();
     /// Each subsystem binds its own controls' and timers' events.
     void wireFavourites();
+    /// What a menu item does until the window behind it exists.
+    bool notAvailableYet(const QString& what);
     void wirePlayback();
     void wireTimers();
     void wireSockets();

@@ -1,19 +1,28 @@
 #include "gui/main_window_view.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
-#include <QFormLayout>
 #include <QGridLayout>
 #include <QHBoxLayout>
+#include <QHeaderView>
+#include <QKeyEvent>
 #include <QMenuBar>
 #include <QPixmap>
 #include <QPushButton>
+#include <QSignalBlocker>
+#include <QTabWidget>
+#include <QTableView>
 #include <QToolButton>
 #include <QVBoxLayout>
 
 #include "device/main_app.h"
 #include "gui/activity_log_view.h"
 #include "gui/bind.h"
+#include "gui/listbox_model.h"
+
+// Resources in a static library must be registered by name, outside any namespace.
+static void initResources() { Q_INIT_RESOURCE(resources); }
 
 namespace velto {
 
@@ -25,7 +34,11 @@ QString captionText(const QString& name) {
     return name;
 }
 
-QLabel* caption(const QString& name) { return new QLabel(captionText(name)); }
+QLabel* caption(const QString& name) {
+    auto* label = new QLabel(captionText(name));
+    label->setObjectName(name);
+    return label;
+}
 
 template <class W, class M>
 W* bound(M& model) {
@@ -37,7 +50,6 @@ W* bound(M& model) {
 
 QToolButton* stepButton(PushButton& model) {
     auto* button = bound<QToolButton>(model);
-    button->setAutoRaise(false);
     button->setFixedWidth(28);
     return button;
 }
@@ -47,9 +59,11 @@ void sliderRow(QGridLayout* grid, int row, QLabel* name, Slider& slider, PushBut
                PushButton& plus, Label& readout) {
     auto* widget = bound<QSlider>(slider);
     widget->setOrientation(Qt::Horizontal);
+    widget->setMinimumWidth(150);
     auto* value = bound<QLabel>(readout);
-    value->setMinimumWidth(32);
+    value->setMinimumWidth(30);
     value->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    name->setMinimumWidth(80);
     grid->addWidget(name, row, 0);
     grid->addWidget(stepButton(minus), row, 1);
     grid->addWidget(widget, row, 2);
@@ -57,9 +71,37 @@ void sliderRow(QGridLayout* grid, int row, QLabel* name, Slider& slider, PushBut
     grid->addWidget(value, row, 4);
 }
 
+QLineEdit* shortField(TextField& model, int width = 48) {
+    auto* field = bound<QLineEdit>(model);
+    field->setFixedWidth(width);
+    return field;
+}
+
+/// Up and down arrows: two small buttons raising the model's events.
+QWidget* arrows(UpDownArrows& model) {
+    auto* box = new QWidget;
+    box->setObjectName(model.name());
+    gui::bindCommon(box, model);
+    auto* column = new QVBoxLayout(box);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    auto* up = new QToolButton;
+    up->setArrowType(Qt::UpArrow);
+    up->setFixedSize(22, 13);
+    auto* down = new QToolButton;
+    down->setArrowType(Qt::DownArrow);
+    down->setFixedSize(22, 13);
+    QObject::connect(up, &QToolButton::clicked, box, [&model] { model.up(); });
+    QObject::connect(down, &QToolButton::clicked, box, [&model] { model.down(); });
+    column->addWidget(up);
+    column->addWidget(down);
+    return box;
+}
+
 }  // namespace
 
 MainWindowView::MainWindowView(MainApp& app, QWidget* parent) : QMainWindow(parent), app_(app) {
+    initResources();
     setObjectName(QStringLiteral("MainApp"));
     auto refreshTitle = [this] { setWindowTitle(app_.window.title()); };
     refreshTitle();
@@ -67,9 +109,16 @@ MainWindowView::MainWindowView(MainApp& app, QWidget* parent) : QMainWindow(pare
     setWindowFlags(windowFlags() & ~Qt::WindowMaximizeButtonHint);
 
     auto* central = new QWidget;
-    auto* layout = new QHBoxLayout(central);
-    layout->addWidget(buildFrontPanel(), 3);
-    layout->addWidget(buildStatus(), 2);
+    auto* columns = new QHBoxLayout(central);
+    auto* left = new QVBoxLayout;
+    left->addWidget(buildFrontPanel());
+    left->addWidget(buildAdjust());
+    left->addStretch();
+    auto* right = new QVBoxLayout;
+    right->addWidget(buildStatus());
+    right->addWidget(buildTabs(), 1);
+    columns->addLayout(left, 0);
+    columns->addLayout(right, 1);
     setCentralWidget(central);
     buildMenus();
     resize(896, 557);
@@ -82,25 +131,27 @@ MainWindowView::MainWindowView(MainApp& app, QWidget* parent) : QMainWindow(pare
 
 MainWindowView::~MainWindowView() = default;
 
+void MainWindowView::guarded(const std::function<void()>& handler) { app_.platform().boundary.run(handler); }
+
 QWidget* MainWindowView::buildFrontPanel() {
     auto* panel = new QWidget;
     auto* column = new QVBoxLayout(panel);
+    column->setContentsMargins(0, 0, 0, 0);
 
-    auto* top = new QHBoxLayout;
-    top->addWidget(bound<QPushButton>(app_.Connect));
-    top->addWidget(bound<QPushButton>(app_.Reset));
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(bound<QPushButton>(app_.Connect));
+    buttons->addWidget(bound<QPushButton>(app_.Reset));
+    buttons->addStretch();
     auto* stop = bound<QPushButton>(app_.allStop);
+    stop->setMinimumWidth(90);
     stop->setStyleSheet(QStringLiteral("QPushButton { font-weight: bold; color: #b00020; }"));
-    top->addWidget(stop);
-    top->addStretch();
-    column->addLayout(top);
+    buttons->addWidget(stop);
+    column->addLayout(buttons);
 
     auto* outputs = new QGroupBox(captionText(QStringLiteral("Label19")));
     auto* outGrid = new QGridLayout(outputs);
-    sliderRow(outGrid, 0, caption(QStringLiteral("Label3")), app_.channelA, app_.aMinus, app_.aPlus,
-              app_.settingA);
-    sliderRow(outGrid, 1, caption(QStringLiteral("Label4")), app_.channelB, app_.bMinus, app_.bPlus,
-              app_.settingB);
+    sliderRow(outGrid, 0, caption(QStringLiteral("Label3")), app_.channelA, app_.aMinus, app_.aPlus, app_.settingA);
+    sliderRow(outGrid, 1, caption(QStringLiteral("Label4")), app_.channelB, app_.bMinus, app_.bPlus, app_.settingB);
     outGrid->addWidget(bound<QCheckBox>(app_.joinChannels), 2, 2);
     column->addWidget(outputs);
 
@@ -111,80 +162,291 @@ QWidget* MainWindowView::buildFrontPanel() {
     column->addWidget(settings);
 
     auto* modeRow = new QHBoxLayout;
-    modeRow->addWidget(caption(QStringLiteral("Label1")));
-    modeRow->addWidget(bound<QComboBox>(app_.ModeControl), 1);
-    auto* diagram = new QLabel;
-    diagram->setObjectName(QStringLiteral("waveDiag"));
-    diagram->setFixedSize(100, 50);
-    diagram->setFrameShape(QFrame::StyledPanel);
-    auto showDiagram = [diagram, this] {
-        const QPixmap picture(QStringLiteral(":/velto/modes/") + app_.waveDiag.backdrop() + QStringLiteral(".png"));
-        if (picture.isNull())
-            diagram->setText(app_.waveDiag.backdrop());
-        else
-            diagram->setPixmap(picture);
-    };
-    showDiagram();
-    gui::onModel(diagram, app_.waveDiag.changed, showDiagram);
-    modeRow->addWidget(diagram);
-    column->addLayout(modeRow);
-
+    auto* modeColumn = new QVBoxLayout;
+    modeColumn->addWidget(caption(QStringLiteral("Label1")));
+    modeColumn->addWidget(bound<QComboBox>(app_.ModeControl));
     auto* power = new QGroupBox(captionText(QStringLiteral("Label6")));
-    power->setToolTip(app_.GroupBox1.helpTag());
+    power->setObjectName(app_.GroupBox1.name());
+    gui::bindCommon(power, app_.GroupBox1);
     auto* powerRow = new QHBoxLayout(power);
     auto* lo = new QRadioButton;
     auto* hi = new QRadioButton;
     auto* dyn = new QRadioButton;
+    lo->setObjectName(app_.powerLo.name());
+    hi->setObjectName(app_.powerHi.name());
+    dyn->setObjectName(app_.powerDynamic.name());
     gui::bindGroup({{lo, &app_.powerLo}, {hi, &app_.powerHi}, {dyn, &app_.powerDynamic}});
     powerRow->addWidget(lo);
     powerRow->addWidget(hi);
     powerRow->addWidget(dyn);
-    powerRow->addStretch();
-    column->addWidget(power);
-    column->addStretch();
+    modeColumn->addWidget(power);
+    modeRow->addLayout(modeColumn, 1);
+
+    auto* diagram = new QLabel;
+    diagram->setObjectName(app_.waveDiag.name());
+    diagram->setFixedSize(100, 50);
+    diagram->setAlignment(Qt::AlignCenter);
+    auto showDiagram = [diagram, this] {
+        const QString name = app_.waveDiag.backdrop();
+        QPixmap picture(QStringLiteral(":/velto/modes/") + name + QStringLiteral(".png"));
+        if (picture.isNull()) {
+            diagram->setPixmap({});
+            diagram->setText(name);
+        } else {
+            diagram->setPixmap(picture.scaled(diagram->size(), Qt::KeepAspectRatio, Qt::SmoothTransformation));
+        }
+    };
+    showDiagram();
+    gui::onModel(diagram, app_.waveDiag.changed, showDiagram);
+    modeRow->addWidget(diagram, 0, Qt::AlignBottom);
+    column->addLayout(modeRow);
     return panel;
 }
 
 QWidget* MainWindowView::buildStatus() {
     auto* panel = new QWidget;
-    auto* column = new QVBoxLayout(panel);
+    auto* row = new QHBoxLayout(panel);
+    row->setContentsMargins(0, 0, 0, 0);
 
-    auto* clock = new QGroupBox;
+    auto* clock = bound<QGroupBox>(app_.GroupBox3);
     auto* clockColumn = new QVBoxLayout(clock);
     auto* ticks = bound<QLabel>(app_.tickCounter);
     QFont big = ticks->font();
-    big.setPointSize(big.pointSize() * 2);
+    big.setPointSizeF(big.pointSizeF() * 2.2);
     big.setBold(true);
     ticks->setFont(big);
     ticks->setAlignment(Qt::AlignCenter);
-    ticks->setMinimumHeight(40);
+    ticks->setMinimumSize(130, 44);
+    ticks->setCursor(Qt::PointingHandCursor);
+    ticks->installEventFilter(this);
     clockColumn->addWidget(ticks);
-    clockColumn->addWidget(bound<QLabel>(app_.randMode));
-    column->addWidget(clock);
+    auto* mode = bound<QLabel>(app_.randMode);
+    mode->setAlignment(Qt::AlignCenter);
+    clockColumn->addWidget(mode);
+    row->addWidget(clock);
 
     auto* status = new QGroupBox(captionText(QStringLiteral("Label2")));
-    auto* form = new QVBoxLayout(status);
-    for (Label* label : {&app_.veltoStatus, &app_.batteryLabel, &app_.firmwareLabel, &app_.modeLabel,
-                         &app_.hostInfo, &app_.localAddr, &app_.lastCmd, &app_.errText, &app_.versionName}) {
-        auto* widget = bound<QLabel>(*label);
-        widget->setTextInteractionFlags(Qt::TextSelectableByMouse);
-        form->addWidget(widget);
-    }
-    column->addWidget(status);
-    column->addStretch();
+    auto* grid = new QGridLayout(status);
+    grid->setVerticalSpacing(2);
+    auto* veltoStatus = bound<QLabel>(app_.veltoStatus);
+    veltoStatus->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    grid->addWidget(veltoStatus, 0, 0, 1, 2);
+    grid->addWidget(bound<QLabel>(app_.batteryLabel), 1, 0);
+    grid->addWidget(bound<QLabel>(app_.firmwareLabel), 1, 1);
+    grid->addWidget(bound<QLabel>(app_.modeLabel), 2, 0);
+    grid->addWidget(bound<QLabel>(app_.versionName), 2, 1);
+    grid->addWidget(bound<QLabel>(app_.hostInfo), 3, 0, 1, 2);
+    grid->addWidget(bound<QLabel>(app_.localAddr), 4, 0, 1, 2);
+    grid->addWidget(bound<QLabel>(app_.lastCmd), 5, 0);
+    auto* err = bound<QLabel>(app_.errText);
+    err->setStyleSheet(QStringLiteral("color: #b00020;"));
+    grid->addWidget(err, 5, 1);
+    row->addWidget(status, 1);
     return panel;
 }
 
+QWidget* MainWindowView::buildAdjust() {
+    auto* group = bound<QGroupBox>(app_.GroupBox2);
+    auto* grid = new QGridLayout(group);
+    grid->addWidget(caption(QStringLiteral("Label7")), 0, 0);
+    grid->addWidget(shortField(app_.adjustA), 0, 1);
+    grid->addWidget(caption(QStringLiteral("Label8")), 0, 2);
+    grid->addWidget(shortField(app_.adjustB), 0, 3);
+    grid->addWidget(caption(QStringLiteral("Label9")), 0, 4);
+    grid->addWidget(shortField(app_.adjustTime), 0, 5);
+    grid->addWidget(caption(QStringLiteral("Label10")), 0, 6);
+    grid->setColumnStretch(7, 1);
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(bound<QPushButton>(app_.Adjust));
+    buttons->addWidget(bound<QPushButton>(app_.halt));
+    buttons->addStretch();
+    grid->addLayout(buttons, 1, 0, 1, 8);
+    return group;
+}
+
+QTabWidget* MainWindowView::buildTabs() {
+    auto* tabs = new QTabWidget;
+    tabs->setObjectName(app_.FavRand.name());
+    tabs->addTab(buildFavouritesTab(), app_.FavRand.captions().value(0));
+    tabs->addTab(buildRandomTab(), app_.FavRand.captions().value(1));
+    tabs->addTab(buildEditTab(), app_.FavRand.captions().value(2));
+    auto refresh = [tabs, this] {
+        const QSignalBlocker block(tabs);
+        tabs->setCurrentIndex(app_.FavRand.value());
+    };
+    refresh();
+    gui::onModel(tabs, app_.FavRand.changed, refresh);
+    connect(tabs, &QTabWidget::currentChanged, tabs, [this](int tab) { app_.FavRand.setValue(tab); });
+    return tabs;
+}
+
+QWidget* MainWindowView::buildFavouritesTab() {
+    auto* page = new QWidget;
+    auto* grid = new QGridLayout(page);
+
+    auto* table = new QTableView;
+    table->setObjectName(app_.favsList.name());
+    auto* model = new ListboxModel(app_.favsList, table);
+    table->setModel(model);
+    gui::bindCommon(table, app_.favsList);
+    table->setSelectionBehavior(QAbstractItemView::SelectRows);
+    table->setSelectionMode(QAbstractItemView::SingleSelection);
+    table->setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::SelectedClicked |
+                           QAbstractItemView::EditKeyPressed);
+    table->setDragDropMode(QAbstractItemView::InternalMove);
+    table->setDragEnabled(true);
+    table->setAcceptDrops(true);
+    table->setDropIndicatorShown(true);
+    table->verticalHeader()->hide();
+    table->verticalHeader()->setDefaultSectionSize(22);
+    table->horizontalHeader()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    table->horizontalHeader()->setSectionResizeMode(0, QHeaderView::Stretch);
+    auto layoutColumns = [table, model] {
+        for (int c = 0; c < model->columnCount(); ++c) table->setColumnHidden(c, model->columnHidden(c));
+    };
+    layoutColumns();
+    gui::onModel(table, app_.favsList.changed, layoutColumns);
+
+    // Selection: the list's one selected row is the record; the view shows it.
+    auto showSelection = [table, this] {
+        const int row = app_.favsList.listIndex();
+        const QSignalBlocker block(table->selectionModel());
+        if (row < 0)
+            table->clearSelection();
+        else
+            table->selectRow(row);
+    };
+    showSelection();
+    connect(model, &QAbstractItemModel::modelReset, table, showSelection);
+    gui::onModel(table, app_.favsList.changed, showSelection);
+    connect(table->selectionModel(), &QItemSelectionModel::selectionChanged, table, [table, this] {
+        const QModelIndexList rows = table->selectionModel()->selectedRows();
+        guarded([&] { app_.favsList.setListIndex(rows.isEmpty() ? -1 : rows.first().row()); });
+    });
+    grid->addWidget(table, 0, 0, 2, 1);
+    grid->addWidget(bound<QLabel>(app_.favInfo), 2, 0, 1, 2);
+
+    auto* buttons = new QVBoxLayout;
+    for (PushButton* b : {&app_.saveCurrent, &app_.gotoSelected, &app_.adjustSelected, &app_.playSelected,
+                          &app_.deleteSelected, &app_.createSequence, &app_.playbackStop})
+        buttons->addWidget(bound<QPushButton>(*b));
+    buttons->addStretch();
+    grid->addLayout(buttons, 0, 1);
+    grid->setColumnStretch(0, 1);
+    return page;
+}
+
+QWidget* MainWindowView::buildRandomTab() {
+    auto* page = new QWidget;
+    auto* grid = new QGridLayout(page);
+    int row = 0;
+    grid->addWidget(bound<QCheckBox>(app_.delayFirst), row, 0);
+    grid->addWidget(shortField(app_.firstDelay), row++, 2);
+
+    grid->addWidget(bound<QCheckBox>(app_.delayBetween), row, 0);
+    grid->addWidget(caption(QStringLiteral("Label15")), row, 1);
+    grid->addWidget(shortField(app_.minDelay), row, 2);
+    grid->addWidget(caption(QStringLiteral("Label11")), row, 3);
+    grid->addWidget(shortField(app_.maxDelay), row++, 4);
+
+    grid->addWidget(bound<QCheckBox>(app_.randomTimes), row, 0);
+    grid->addWidget(caption(QStringLiteral("Label16")), row, 1);
+    grid->addWidget(shortField(app_.minRun), row, 2);
+    grid->addWidget(caption(QStringLiteral("Label12")), row, 3);
+    grid->addWidget(shortField(app_.maxRun), row++, 4);
+
+    grid->addWidget(bound<QCheckBox>(app_.randomPower), row++, 0, 1, 5);
+
+    grid->addWidget(bound<QCheckBox>(app_.loopPower), row, 0);
+    grid->addWidget(caption(QStringLiteral("Label14")), row, 1);
+    grid->addWidget(shortField(app_.loopBoostA), row, 2);
+    grid->addWidget(caption(QStringLiteral("Label13")), row, 3);
+    grid->addWidget(shortField(app_.loopBoostB), row++, 4);
+
+    grid->addWidget(bound<QCheckBox>(app_.loopTimeout), row, 0);
+    grid->addWidget(shortField(app_.loopRuntime), row++, 2);
+
+    auto* buttons = new QHBoxLayout;
+    for (PushButton* b : {&app_.randomStart, &app_.randomLoop, &app_.randomStop})
+        buttons->addWidget(bound<QPushButton>(*b));
+    buttons->addStretch();
+    buttons->addWidget(bound<QLabel>(app_.randomStatus));
+    grid->addLayout(buttons, row++, 0, 1, 6);
+    grid->setColumnStretch(5, 1);
+    grid->setRowStretch(row, 1);
+    return page;
+}
+
+QWidget* MainWindowView::buildEditTab() {
+    auto* page = new QWidget;
+    auto* grid = new QGridLayout(page);
+    auto* intro = caption(QStringLiteral("Label17"));
+    intro->setWordWrap(true);
+    grid->addWidget(intro, 0, 0, 1, 8);
+    grid->addWidget(bound<QComboBox>(app_.selectMode), 1, 0, 1, 4);
+    grid->addWidget(bound<QComboBox>(app_.newPower), 1, 4, 1, 4);
+    const std::pair<TextField*, UpDownArrows*> fields[] = {
+        {&app_.newA, &app_.spinnerA}, {&app_.newB, &app_.spinnerB},
+        {&app_.newC, &app_.spinnerC}, {&app_.newD, &app_.spinnerD}};
+    const QString names[] = {QStringLiteral("Label18"), QStringLiteral("Label5"), QStringLiteral("Label21"),
+                             QStringLiteral("Label20")};
+    for (int i = 0; i < 4; ++i) {
+        auto* cell = new QHBoxLayout;
+        cell->addWidget(caption(names[i]));
+        cell->addWidget(shortField(*fields[i].first));
+        cell->addWidget(arrows(*fields[i].second));
+        grid->addLayout(cell, 2, i * 2, 1, 2);
+    }
+    auto* add = bound<QPushButton>(app_.createNewFav);
+    grid->addWidget(add, 3, 0, 1, 2);
+    grid->setRowStretch(4, 1);
+    grid->setColumnStretch(8, 1);
+    return page;
+}
+
 void MainWindowView::buildMenus() {
-    QMenu* file = menuBar()->addMenu(QStringLiteral("&File"));
-    QAction* activity = file->addAction(QStringLiteral("Activity"));
-    activity->setShortcut(QKeySequence(QStringLiteral("Ctrl+0")));
-    connect(activity, &QAction::triggered, this,
-            [this] { app_.platform().boundary.run([this] { app_._activityToggle_Action(); }); });
-    file->addSeparator();
-    QAction* quit = file->addAction(QStringLiteral("&Quit"));
-    quit->setShortcut(QKeySequence::Quit);
-    connect(quit, &QAction::triggered, qApp, &QApplication::quit);
+    for (const Menu& menu : app_.MenuBar1.menus) {
+        QMenu* qmenu = menuBar()->addMenu(menu.caption);
+        qmenu->setObjectName(menu.name);
+        connect(qmenu, &QMenu::aboutToShow, this, [this] { guarded([this] { app_.Event_EnableMenuItems(); }); });
+        for (MenuEntry* item : menu.items) {
+            if (item->separator()) {
+                qmenu->addSeparator();
+                continue;
+            }
+            QAction* action = qmenu->addAction(item->caption());
+            action->setObjectName(item->name());
+            if (!item->shortcut().isEmpty()) action->setShortcut(QKeySequence(platformShortcut(item->shortcut())));
+            auto refresh = [action, item] { action->setEnabled(item->enabled()); };
+            refresh();
+            const int id = item->changed.connect(refresh);
+            connect(action, &QObject::destroyed, [item, id] { item->changed.disconnect(id); });
+
+            MenuBar& m = app_.MenuBar1;
+            if (item == &m.FileQuit) {
+                action->setMenuRole(QAction::QuitRole);
+                connect(action, &QAction::triggered, qApp, &QApplication::quit);
+            } else if (menu.name == QLatin1String("EditMenu")) {
+                // The framework's editing items act on the focused text widget.
+                static const std::pair<MenuEntry MenuBar::*, const char*> slots[] = {
+                    {&MenuBar::EditUndo, "undo"},   {&MenuBar::EditCut, "cut"},
+                    {&MenuBar::EditCopy, "copy"},   {&MenuBar::EditPaste, "paste"},
+                    {&MenuBar::EditClear, "del"},   {&MenuBar::EditSelectAll, "selectAll"}};
+                for (const auto& [member, slot] : slots)
+                    if (&(m.*member) == item)
+                        connect(action, &QAction::triggered, this, [slot = slot] {
+                            if (QWidget* focus = QApplication::focusWidget())
+                                QMetaObject::invokeMethod(focus, slot);
+                        });
+            } else {
+                if (item == &m.prefsMenu) action->setMenuRole(QAction::PreferencesRole);
+                else if (item == &m.aboutMenu) action->setMenuRole(QAction::AboutRole);
+                else if (item == &m.FileCheckforupdate) action->setMenuRole(QAction::ApplicationSpecificRole);
+                else action->setMenuRole(QAction::NoRole);
+                connect(action, &QAction::triggered, this, [item] { item->push(); });
+            }
+        }
+    }
 }
 
 void MainWindowView::showActivityLog(bool shown) {
@@ -200,7 +462,22 @@ void MainWindowView::showActivityLog(bool shown) {
 void MainWindowView::changeEvent(QEvent* event) {
     QMainWindow::changeEvent(event);
     if (event->type() == QEvent::ActivationChange && isActiveWindow())
-        app_.platform().boundary.run([this] { app_.Event_Activate(); });
+        guarded([this] { app_.Event_Activate(); });
+}
+
+void MainWindowView::keyPressEvent(QKeyEvent* event) {
+    const QString key = event->text();
+    if (key.size() == 1) guarded([this, &key] { app_.Event_KeyDown(key); });
+    QMainWindow::keyPressEvent(event);
+}
+
+bool MainWindowView::eventFilter(QObject* watched, QEvent* event) {
+    // A click on the clock is the label's own event.
+    if (event->type() == QEvent::MouseButtonPress && watched->objectName() == app_.tickCounter.name()) {
+        guarded([this] { app_.tickCounter_MouseDown(); });
+        return true;
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void MainWindowView::closeEvent(QCloseEvent* event) {

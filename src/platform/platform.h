@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "platform/boundary.h"
+#include "platform/browser.h"
 #include "platform/clock.h"
 #include "platform/dialogs.h"
 #include "platform/preferences.h"
@@ -30,6 +31,8 @@ struct Platform {
     Preferences preferences;
     /// Seeds for Random objects, for repeatable runs; real randomness when empty.
     std::function<std::optional<quint64>()> seed = [] { return std::nullopt; };
+    /// Where web pages open; none means they can't be shown.
+    Browser* browser = nullptr;
 };
 
 }  // namespace velto

@@ -1,6 +1,7 @@
 // The main window's fixed texts, and the toggling of the activity log.
 
 #include "device/main_app.h"
+#include "platform/text.h"
 
 namespace velto {
 
@@ -82,13 +83,111 @@ void MainApp::setHelpTags() {
     createNewFav.setHelpTag(QStringLiteral("Add new Favourite to the list, with default times, and Seq ticked"));
 }
 
-void MainApp::_activityToggle_Action() {
+bool MainApp::_activityToggle_Action() {
     if (serverLogging) {
         activityLog.window.close();
     } else {
         serverLogging = true;
         activityLog.window.show();
     }
+    return true;
+}
+
+void MainApp::AddMenuHandlers() {
+    ExceptionBoundary& b = p_.boundary;
+    auto on = [&b](MenuItem& item, std::function<bool()> handler) {
+        item.action.connect(b.wrap([handler] { handler(); }));
+    };
+    MenuBar& m = MenuBar1;
+    on(m.prefsMenu, [this] { return _prefsMenu_Action(); });
+    on(m.activityToggle, [this] { return _activityToggle_Action(); });
+    on(m.FileNewmessage, [this] { return _FileNewmessage_Action(); });
+    on(m.openStore, [this] { return _openStore_Action(); });
+    on(m.FileCheckforupdate, [this] { return _FileCheckforupdate_Action(); });
+    on(m.aboutVB, [this] { return _aboutVB_Action(); });
+    on(m.vbQuit, [this] { return _vbQuit_Action(); });
+    on(m.vbRequest, [this] { return _vbRequest_Action(); });
+    on(m.vbDisconnect, [this] { return _vbDisconnect_Action(); });
+    on(m.vbConnect, [this] { return _vbConnect_Action(); });
+    on(m.vbBlock, [this] { return _vbBlock_Action(); });
+    on(m.vbManager, [this] { return _vbManager_Action(); });
+    on(m.aboutMenu, [this] { return _aboutMenu_Action(); });
+    on(m.veltoConnect, [this] { return _veltoConnect_Action(); });
+    on(m.disconnect, [this] { return _disconnect_Action(); });
+}
+
+bool MainApp::Event_KeyDown(const QString& key) {
+    if (key == QLatin1String("K") || key == QLatin1String("k")) {
+        overrideTimeout = false;
+        sendStimData(QStringLiteral("K"));
+        if (allStop.visible()) playbackStop.push();
+    } else if (key == QLatin1String("+") || key == QLatin1String("U") || key == QLatin1String("u") ||
+               key == QLatin1String(">")) {
+        channelA.setValue(channelA.value() + 1);
+        if (joinChannels.state() == 1) {
+            pause(500);
+            channelB.setValue(channelB.value() + 1);
+        }
+    } else if (key == QLatin1String("-") || key == QLatin1String("d") || key == QLatin1String("D") ||
+               key == QLatin1String("<")) {
+        channelA.setValue(channelA.value() - 1);
+        if (joinChannels.state() == 1) {
+            pause(500);
+            channelB.setValue(channelB.value() - 1);
+        }
+    } else if (key == QLatin1String("N") || key == QLatin1String("n")) {
+        newMode = ModeControl.listIndex() + 1;
+        if (newMode == ModeControl.listCount()) newMode = 0;
+        if (!systemRefresh) sendStimData(QStringLiteral("M") + Str(newMode));
+    }
+    return false;
+}
+
+void MainApp::Event_EnableMenuItems() {
+    MenuBar& m = MenuBar1;
+    // Without a Connect Key the broker items keep what the broker session last gave them.
+    if (!same(systemMode, QStringLiteral("solo")) && !brokerID.isEmpty() && !brokerPIN.isEmpty() &&
+        !veltoKey.isEmpty()) {
+        const bool up = brokerSocket.isConnected();
+        m.vbConnect.setEnabled(!up);
+        m.vbQuit.setEnabled(up);
+        m.vbRequest.setEnabled(up && !brokerConnected);
+        m.vbDisconnect.setEnabled(up && brokerConnected);
+        m.vbBlock.setEnabled(up && brokerConnected && same(systemMode, QStringLiteral("slave")));
+    }
+    m.disconnect.setEnabled(!veltoKey.isEmpty() && connectSocket.isConnected());
+}
+
+bool MainApp::notAvailableYet(const QString& what) {
+    p_.dialogs.message(what + QStringLiteral(" is not available yet in this version."));
+    return true;
+}
+
+bool MainApp::_FileNewmessage_Action() {
+    if (!same(systemMode, QStringLiteral("master"))) return true;
+    return notAvailableYet(QStringLiteral("Sending messages"));
+}
+
+bool MainApp::_prefsMenu_Action() { return notAvailableYet(QStringLiteral("The Preferences window")); }
+bool MainApp::_FileCheckforupdate_Action() { return notAvailableYet(QStringLiteral("Checking for updates")); }
+bool MainApp::_aboutMenu_Action() { return notAvailableYet(QStringLiteral("The About window")); }
+bool MainApp::_vbConnect_Action() { return notAvailableYet(QStringLiteral("VeltoBroker")); }
+bool MainApp::_vbQuit_Action() { return notAvailableYet(QStringLiteral("VeltoBroker")); }
+bool MainApp::_vbRequest_Action() { return notAvailableYet(QStringLiteral("VeltoBroker")); }
+bool MainApp::_vbDisconnect_Action() { return notAvailableYet(QStringLiteral("VeltoBroker")); }
+bool MainApp::_vbBlock_Action() { return notAvailableYet(QStringLiteral("VeltoBroker")); }
+bool MainApp::_vbManager_Action() { return notAvailableYet(QStringLiteral("The VeltoBroker users window")); }
+bool MainApp::_veltoConnect_Action() { return notAvailableYet(QStringLiteral("Velto Connect")); }
+bool MainApp::_disconnect_Action() { return notAvailableYet(QStringLiteral("Velto Connect")); }
+
+bool MainApp::_openStore_Action() {
+    if (p_.browser) p_.browser->open(QString::fromLatin1(kStoreUrl));
+    return true;
+}
+
+bool MainApp::_aboutVB_Action() {
+    if (p_.browser) p_.browser->open(QString::fromLatin1(kServiceAboutUrl));
+    return true;
 }
 
 void MainApp::activityLog_Close() {
