@@ -52,8 +52,18 @@ double leadingNumber(const QString& text) {
 }  // namespace
 
 std::vector<QByteArray> Sim2B::receive(const QByteArray& bytes) {
+    return receiveAt(baud_, bytes);
+}
+
+std::vector<QByteArray> Sim2B::receiveAt(int lineBaud, const QByteArray& bytes) {
     std::vector<QByteArray> out;
     for (const char byte : bytes) {
+        // Checked at every byte: after a "Z" the rest of the same write is already noise.
+        if (lineBaud != baud_) {
+            ++noiseBytes_;
+            input_.clear();
+            continue;
+        }
         if (byte != kCR) {
             input_ += byte;
             if (input_.size() > kMaxLine) input_.clear();
@@ -68,13 +78,6 @@ std::vector<QByteArray> Sim2B::receive(const QByteArray& bytes) {
         reply(replyLine(answer), out);
     }
     return out;
-}
-
-std::vector<QByteArray> Sim2B::receiveAt(int lineBaud, const QByteArray& bytes) {
-    if (lineBaud == baud_) return receive(bytes);
-    noiseBytes_ += bytes.size();
-    input_.clear();
-    return {};
 }
 
 QByteArray Sim2B::statusLine() const {
@@ -92,7 +95,9 @@ QByteArray Sim2B::statusLine() const {
         .toLatin1();
 }
 
-void Sim2B::setMode(int index) { mode_ = index < 0 ? 0 : index >= modeCount() ? modeCount() - 1 : index; }
+void Sim2B::setMode(int index) {
+    mode_ = index < 0 ? 0 : index >= modeCount() ? modeCount() - 1 : index;
+}
 
 void Sim2B::setPower(char letter) {
     if (letter == 'L' || letter == 'H' || letter == 'D') power_ = letter;
@@ -146,9 +151,15 @@ bool Sim2B::execute(const QString& command, std::pair<int, int>& answer) {
                 levelA_ = value;
                 if (joined_) levelB_ = value;
                 break;
-            case 2: levelB_ = value; break;
-            case 3: settingC_ = value; break;
-            default: settingD_ = value; break;
+            case 2:
+                levelB_ = value;
+                break;
+            case 3:
+                settingC_ = value;
+                break;
+            default:
+                settingD_ = value;
+                break;
         }
         return true;
     }

@@ -28,12 +28,12 @@ public:
     };
     static constexpr int kFaultCount = 6;
 
-    /// Feeds bytes that arrived at the box's own rate. Returns the reply chunks in order; each
-    /// chunk is meant to reach the host as a separate read.
-    std::vector<QByteArray> receive(const QByteArray& bytes);
-    /// Feeds bytes sent at `lineBaud`. At any rate but the box's own they are noise: they are
-    /// counted, spoil a half-received command, and get no answer.
+    /// Feeds bytes sent at `lineBaud`. Returns the reply chunks in order; each chunk is meant
+    /// to reach the host as a separate read. Bytes at any rate but the box's own are noise:
+    /// they are counted, spoil a half-received command, and get no answer.
     std::vector<QByteArray> receiveAt(int lineBaud, const QByteArray& bytes);
+    /// Feeds bytes sent at the rate the box has now.
+    std::vector<QByteArray> receive(const QByteArray& bytes);
 
     /// The status line for the present state, without the line feed.
     QByteArray statusLine() const;

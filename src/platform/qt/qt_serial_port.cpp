@@ -53,7 +53,9 @@ void QtSerialPort::close() {
     if (port_->isOpen()) port_->close();
 }
 
-bool QtSerialPort::isOpen() const { return port_->isOpen(); }
+bool QtSerialPort::isOpen() const {
+    return port_->isOpen();
+}
 
 void QtSerialPort::write(const QByteArray& bytes) {
     if (port_->isOpen()) port_->write(bytes);
@@ -69,7 +71,9 @@ void QtSerialPort::flush() {
     if (port_->isOpen()) port_->flush();
 }
 
-QByteArray QtSerialPort::readAll() { return port_->isOpen() ? port_->readAll() : QByteArray(); }
+QByteArray QtSerialPort::readAll() {
+    return port_->isOpen() ? port_->readAll() : QByteArray();
+}
 
 void QtSerialPort::reset() {
     if (port_->isOpen()) port_->clear(QSerialPort::AllDirections);
