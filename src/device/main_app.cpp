@@ -100,6 +100,7 @@ void MainApp::wireControls() {
     on(activityLog.window.closed, [this] { activityLog_Close(); });
     wireFavourites();
     wirePlayback();
+    wireRemote();
     AddMenuHandlers();
 
     // The sliders' Open events: the created ranges and page steps are replaced here.

@@ -247,15 +247,63 @@ private:
     void waitBetweenFavourites();
 
 public:
-    // ---- Points where later subsystems hook in -----------------------------------------------
-    /// The link to a peer: lines out to whichever transport is connected.
+    // ---- Remote link (remote/remote_link.cpp) ------------------------------------------------
+    static constexpr int kBuild = 25;
+    void remoteControl_Connected();
+    void remoteControl_DataAvailable();
+    void remoteControl_Error();
+    /// Queues one line (given without a line end) on the transport in use.
     void sendRemoteData(const QString& text);
     void flushRemote();
+    /// Playback reports to a peer: a slave with a broker link, or a TCP peer not in HTTP mode.
+    bool hasStatusPeer() const;
+
+    // ---- Extended commands and status commands (remote/extended_commands.cpp,
+    //      remote/status_commands.cpp) -----------------------------------------------------------
+    /// A slave's reading of a line that began with ";". True for the four that answer.
+    bool extendedCommands(const QString& text);
+    /// GETSTATUS, PROGRESS, SYSTEM and GETFAVS: the commands that answer. Returns true.
+    bool statusCommand(const QString& key);
+
+    // ---- Extended responses (remote/extended_responses.cpp) ----------------------------------
+    /// A master's reading of a line that began with ";".
+    void extendedResponse(const QString& text);
+
+    // ---- HTTP mode (remote/http_mode.cpp) ----------------------------------------------------
     void sendHTTPheaders();
     void resetHTTPslave();
+
+    // ---- LAN discovery and remote play (remote/discovery.cpp) --------------------------------
+    static constexpr qint64 kDiscoveryPort = 37846;
+    void adtimer_Action();
+    void advertising_DataAvailable();
+    /// The scan of the preferences window: listen for the first slave's advertisement.
+    void scanButton_Action();
+    void playRemote(qint64 a, qint64 b, qint64 c, qint64 d, qint64 rise, qint64 ticks, qint64 fall,
+                    qint64 mode, const QString& power);
+
+    // ---- Messages (services/messages.cpp) -----------------------------------------------------
+    struct MessagesWindow {
+        Window window{QStringLiteral("msgWindow"), QStringLiteral("Messages")};
+        TextArea messageBox{QStringLiteral("messageBox")};
+        TextField msgReply{QStringLiteral("msgReply")};
+        PushButton sendReply{QStringLiteral("sendReply"), QStringLiteral("Send")};
+    } msgWindow;
+    /// Appends CR and the text to the transcript; the first message opens the window.
+    void showMessage(const QString& text);
+    void sendReply_Action();
+
+    // ---- Preferences window (shell/prefs_window.cpp) -----------------------------------------
+    struct PrefsWindow {
+        Window window{QStringLiteral("prefsWindow"), QStringLiteral("Preferences")};
+        TextField remoteHost{QStringLiteral("remoteHost")};
+        PushButton scanButton{QStringLiteral("scanButton"), QStringLiteral("Scan")};
+    } prefsWindow;
+
+    // ---- Services and captions: hooks for the later subsystems ------------------------------
     void startBroker(bool slave);
     void evoCamCaption(const QString& reply, const QString& name);
-    bool hasStatusPeer() const;
+    void evoCamMessage(const QString& text, const QString& name);
 
     // ---- Settings ----------------------------------------------------------------------------
     /// Applies one line of "veltoprefs.ini".
@@ -392,6 +440,7 @@ private:
     void setHelpTags();
     /// Each subsystem binds its own controls' and timers' events.
     void wireFavourites();
+    void wireRemote();
     /// What a menu item does until the window behind it exists.
     bool notAvailableYet(const QString& what);
     void wirePlayback();

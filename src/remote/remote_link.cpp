@@ -1,10 +1,113 @@
-// Lines to the peer: one transport at a time, chosen in a fixed order (broker, connect, direct),
-// each with its own line end.
+// The line protocol's transport: one socket that a slave listens on and a master connects
+// with, one read taken as one line, and the dispatch of that line by operating mode.
 
 #include "device/main_app.h"
 #include "platform/text.h"
 
 namespace velto {
+
+namespace {
+const QString kSlave = QStringLiteral("slave");
+const QString kMaster = QStringLiteral("master");
+}  // namespace
+
+void MainApp::wireRemote() {
+    ExceptionBoundary& b = p_.boundary;
+    remoteControl.onConnected = b.wrap([this] { remoteControl_Connected(); });
+    remoteControl.onDataAvailable = b.wrap([this] { remoteControl_DataAvailable(); });
+    remoteControl.onError = b.wrap([this] { remoteControl_Error(); });
+    advertising.onDataAvailable = b.wrap([this] { advertising_DataAvailable(); });
+    adtimer.action = [this] { adtimer_Action(); };
+    prefsWindow.scanButton.action.connect(b.wrap([this] { scanButton_Action(); }));
+    msgWindow.sendReply.action.connect(b.wrap([this] { sendReply_Action(); }));
+}
+
+void MainApp::remoteControl_Connected() {
+    const bool slave = same(systemMode, kSlave);
+    hostInfo.setText((slave ? QStringLiteral("Connection from ") : QStringLiteral("Connected to ")) +
+                     remoteControl.remoteAddress());
+    if (!httpSlave) remoteControl.write(QByteArrayLiteral(";STATUS:type=QTR,25\r\n"));
+    // The first peer ends advertising until the next Connect.
+    adtimer.setMode(Timer::Off);
+}
+
+void MainApp::remoteControl_DataAvailable() {
+    // One read is one line: nothing is kept between reads and nothing is split at line ends.
+    QString text = QString::fromUtf8(remoteControl.readAll());
+    if (text.isEmpty()) return;
+    if (text.startsWith(QLatin1Char('\r')) || text.startsWith(QLatin1Char('\n'))) text = Trim(text);
+
+    const QString peer = remoteControl.remoteAddress();
+    if (same(Left(text, 5), QStringLiteral("GET /"))) {
+        if (!httpSlave && serverLogging) log(peer + QStringLiteral(" is using HTTP mode; switching"));
+        httpSlave = true;
+    } else {
+        if (httpSlave && serverLogging) {
+            log(peer + QStringLiteral(" is using TCP mode; switching"));
+            remoteControl.write(QByteArrayLiteral(
+                ";VELTO:Control/Server version 2.6.1, build 25 on OS X switching modes\r\n"));
+        }
+        httpSlave = false;
+        httpResponse = false;
+    }
+
+    if (httpSlave) {
+        // The request path: from the sixth character up to the first blank from the seventh on.
+        const qsizetype blank = text.indexOf(QLatin1Char(' '), 6);
+        text = (blank < 0 ? Mid(text, 6) : Mid(text, 6, blank + 1 - 6)) + QLatin1Char('\r');
+        httpResponse = false;
+    }
+
+    text = Uppercase(text);
+    lastCmd.setText(text);
+
+    if (same(systemMode, kMaster)) {
+        if (text.startsWith(QLatin1Char(';')))
+            extendedResponse(Trim(Mid(text, 2)));
+        else
+            statusRefresh(text);
+        return;
+    }
+    if (!same(systemMode, kSlave)) return;
+
+    errText.setText({});
+    logIf(peer + QStringLiteral(" said ") + text);
+
+    if (httpSlave && remoteChecks && !text.isEmpty()) {
+        // A web peer may not jump a level by more than 5 at once: the line becomes a bare poll.
+        const QChar channel = text[0];
+        const qint64 n = ValInt(Mid(text, 2));
+        const bool outputsOn = channelA.value() != 0 && channelB.value() != 0;
+        auto tooFar = [n](const Slider& s) { return std::abs(n - s.value()) > 5; };
+        if ((channel == QLatin1Char('A') && tooFar(channelA)) ||
+            (channel == QLatin1Char('B') && tooFar(channelB)) ||
+            (channel == QLatin1Char('C') && outputsOn && tooFar(channelC)) ||
+            (channel == QLatin1Char('D') && outputsOn && tooFar(channelD)))
+            text = QStringLiteral("S");
+    }
+
+    if (!text.startsWith(QLatin1Char(';'))) {
+        sendStimData(Trim(text));
+        if (same(Trim(text), QStringLiteral("K"))) playbackStop.push();
+    } else if (!extendedCommands(Trim(Mid(text, 2)))) {
+        sendStimData(QString());  // nothing further: no reply is made up for such a line
+    }
+
+    if (overrideTimeout) {
+        slaveIdle.setMode(Timer::Off);
+    } else {
+        slaveIdle.setPeriod(slaveTimeout * 1000);
+        slaveIdle.setMode(Timer::Single);
+        slaveIdle.reset();
+    }
+}
+
+void MainApp::remoteControl_Error() {
+    // A slave listens again whenever its peer goes, in HTTP mode too, so that a browser that
+    // drops a spare connection can't leave it deaf until the next Connect.
+    if (remoteControl.lastErrorCode() == TcpSocket::LostConnection && same(systemMode, kSlave))
+        remoteControl.listen();
+}
 
 void MainApp::sendRemoteData(const QString& text) {
     const QByteArray line = text.toUtf8();
@@ -26,8 +129,7 @@ void MainApp::flushRemote() {
 }
 
 bool MainApp::hasStatusPeer() const {
-    return same(systemMode, QStringLiteral("slave")) &&
-           (brokerConnected || (!httpSlave && remoteControl.isConnected()));
+    return same(systemMode, kSlave) && (brokerConnected || (!httpSlave && remoteControl.isConnected()));
 }
 
 }  // namespace velto

@@ -10,4 +10,9 @@ void MainApp::evoCamCaption(const QString& reply, const QString& name) {
     Q_UNUSED(name);
 }
 
+void MainApp::evoCamMessage(const QString& text, const QString& name) {
+    Q_UNUSED(text);
+    Q_UNUSED(name);
+}
+
 }  // namespace velto

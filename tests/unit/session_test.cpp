@@ -87,6 +87,8 @@ TEST(Session, MasterConnectsToItsPeerAndNeverPolls) {
     // With a peer they go to it with CR LF.
     rig.remoteControl.peerConnects();
     rig.advance(1);
+    EXPECT_EQ(rig.remoteControl.sent, QByteArray(";STATUS:type=QTR,25\r\n"));  // the greeting
+    rig.remoteControl.sent.clear();
     rig->sendStimData(QStringLiteral("A10"));
     EXPECT_EQ(rig.remoteControl.sent, QByteArray("A10\r\n"));
     EXPECT_GE(rig.remoteControl.flushes, 1);

@@ -2,6 +2,7 @@
 
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
 
 #include "platform/qt/qt_network_info.h"
 
@@ -22,8 +23,15 @@ void QtTcpSocket::dropPeer() {
     QTcpSocket* peer = peer_;
     peer_ = nullptr;
     QObject::disconnect(peer, nullptr, nullptr, nullptr);
-    peer->abort();
-    peer->deleteLater();
+    if (peer->state() == QAbstractSocket::ConnectedState && peer->bytesToWrite() > 0) {
+        // What was written last (an HTTP answer, say) still goes out before the close.
+        QObject::connect(peer, &QTcpSocket::disconnected, peer, &QObject::deleteLater);
+        QTimer::singleShot(5000, peer, [peer] { peer->abort(); });
+        peer->disconnectFromHost();
+    } else {
+        peer->abort();
+        peer->deleteLater();
+    }
 }
 
 void QtTcpSocket::raiseError(int code) {

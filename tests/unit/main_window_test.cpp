@@ -1,0 +1,175 @@
+// The main window's model: the keys, the enablement of the menu items, and the menu bar.
+
+#include <gtest/gtest.h>
+
+#include "support/rig.h"
+
+using namespace velto;
+
+namespace {
+QStringList levelCommands(const Rig& rig, size_t mark, std::vector<qint64>* times = nullptr) {
+    QStringList out;
+    for (size_t i = mark; i < rig.serial.writes.size(); ++i) {
+        const QString c = QString::fromLatin1(rig.serial.writes[i].bytes).trimmed();
+        if (c == QLatin1String("V") || c.isEmpty()) continue;
+        out.append(c);
+        if (times) times->push_back(rig.serial.writes[i].timeMs);
+    }
+    return out;
+}
+}  // namespace
+
+TEST(MainWindow, KeysMoveTheChannelsStepTheModeAndStop) {
+    Rig rig;
+    rig.box().setFirmware(QStringLiteral("2.104"));  // the join box stays a local mark
+    rig.connect();
+    rig.box().setLevelA(10);
+    rig.box().setLevelB(10);
+    rig.advance(2500);
+    ASSERT_EQ(rig->channelA.value(), 10);
+
+    size_t mark = rig.serial.writes.size();
+    EXPECT_FALSE(rig->Event_KeyDown(QStringLiteral("+")));
+    EXPECT_FALSE(rig->Event_KeyDown(QStringLiteral("u")));
+    EXPECT_FALSE(rig->Event_KeyDown(QStringLiteral("<")));
+    EXPECT_FALSE(rig->Event_KeyDown(QStringLiteral("x")));
+    EXPECT_EQ(levelCommands(rig, mark), (QStringList{QStringLiteral("A11"), QStringLiteral("A12"), QStringLiteral("A11")}));
+
+    // Joined: B follows 500 ms later, through pause, while the event loop runs on. (The box's
+    // replies untick the box again on this firmware, so the key comes right after the tick.)
+    rig.advance(100);
+    rig->joinChannels.setValue(true);
+    mark = rig.serial.writes.size();
+    const qint64 t0 = rig.clock.nowMs();
+    std::vector<qint64> at;
+    rig->Event_KeyDown(QStringLiteral(">"));
+    EXPECT_EQ(rig.clock.nowMs(), t0 + 501);
+    EXPECT_EQ(levelCommands(rig, mark, &at), (QStringList{QStringLiteral("A12"), QStringLiteral("B11")}));
+    EXPECT_EQ(at, (std::vector<qint64>{t0, t0 + 501}));
+
+    // At the top the slider ignores the step, and the pause still runs.
+    rig->channelA.setValue(100);
+    rig->channelB.setValue(100);
+    rig.advance(100);
+    rig->joinChannels.setValue(true);
+    mark = rig.serial.writes.size();
+    const qint64 t1 = rig.clock.nowMs();
+    rig->Event_KeyDown(QStringLiteral("U"));
+    EXPECT_EQ(rig.clock.nowMs(), t1 + 501);
+    EXPECT_EQ(levelCommands(rig, mark), QStringList{});
+
+    // N steps the mode round the popup without moving it; the reply does that.
+    rig->joinChannels.setValue(false);
+    rig->ModeControl.setListIndex(13);
+    rig.advance(100);
+    mark = rig.serial.writes.size();
+    rig->Event_KeyDown(QStringLiteral("n"));
+    EXPECT_EQ(rig->newMode, 0);
+    EXPECT_EQ(rig->ModeControl.listIndex(), 13);
+    EXPECT_EQ(levelCommands(rig, mark), QStringList{QStringLiteral("M0")});
+    rig.advance(50);
+    EXPECT_EQ(rig->ModeControl.listIndex(), 0);
+
+    // K stops: "K", then playbackStop's two; with STOP hidden, only the one.
+    rig->overrideTimeout = true;
+    mark = rig.serial.writes.size();
+    rig->Event_KeyDown(QStringLiteral("k"));
+    EXPECT_FALSE(rig->overrideTimeout);
+    rig.advance(1000);
+    EXPECT_EQ(levelCommands(rig, mark).size(), 3);
+    rig->allStop.setVisible(false);
+    mark = rig.serial.writes.size();
+    rig->Event_KeyDown(QStringLiteral("K"));
+    rig.advance(1000);
+    EXPECT_EQ(levelCommands(rig, mark), QStringList{QStringLiteral("K")});
+}
+
+TEST(MainWindow, BrokerItemsFollowTheTableOnlyWithAKeyAndALogin) {
+    Rig rig;
+    rig.open();
+    MenuBar& m = rig->MenuBar1;
+    auto states = [&m] {
+        return std::vector<bool>{m.vbConnect.enabled(), m.vbQuit.enabled(), m.vbDisconnect.enabled(),
+                                 m.vbBlock.enabled(), m.vbRequest.enabled()};
+    };
+    const std::vector<bool> initial = states();
+
+    rig->systemMode = QStringLiteral("slave");
+    rig->brokerID = QStringLiteral("me@example.org");
+    rig->brokerPIN = QStringLiteral("1234");
+    rig->Event_EnableMenuItems();
+    EXPECT_EQ(states(), initial);  // no Connect Key: left as they were
+
+    rig->veltoKey = QStringLiteral("KEY");
+    struct Row {
+        bool socketUp;
+        bool brokerConnected;
+        const char* mode;
+        std::vector<bool> expected;  // connect, quit, disconnect, block, request
+    } rows[] = {
+        {false, true, "slave", {true, false, false, false, false}},
+        {true, false, "slave", {false, true, false, false, true}},
+        {true, true, "slave", {false, true, true, true, false}},
+        {true, true, "master", {false, true, true, false, false}},
+    };
+    for (const Row& row : rows) {
+        if (row.socketUp && !rig.brokerSocket.isConnected()) {
+            rig.brokerSocket.peerConnects();
+            rig.advance(1);
+        }
+        rig->brokerConnected = row.brokerConnected;
+        rig->systemMode = QString::fromLatin1(row.mode);
+        rig->Event_EnableMenuItems();
+        EXPECT_EQ(states(), row.expected) << row.mode << row.socketUp << row.brokerConnected;
+    }
+    rig->systemMode = QStringLiteral("solo");
+    m.vbConnect.setEnabled(false);
+    rig->Event_EnableMenuItems();
+    EXPECT_FALSE(m.vbConnect.enabled());  // solo touches none of the five
+
+    // Disconnect: a key and a connected link both needed.
+    EXPECT_FALSE(m.disconnect.enabled());
+    rig.connectSocket.peerConnects();
+    rig.advance(1);
+    rig->Event_EnableMenuItems();
+    EXPECT_TRUE(m.disconnect.enabled());
+    rig->veltoKey.clear();
+    rig->Event_EnableMenuItems();
+    EXPECT_FALSE(m.disconnect.enabled());
+}
+
+TEST(MainWindow, TheMenuBarAndItsHandlers) {
+    Rig rig;
+    rig.open();
+    MenuBar& m = rig->MenuBar1;
+    ASSERT_EQ(m.menus.size(), 5u);
+    EXPECT_EQ(m.menus[0].caption, QStringLiteral("&File"));
+    EXPECT_EQ(m.menus[2].items[4]->caption(), QStringLiteral("Terminate && block"));
+    EXPECT_EQ(platformShortcut(m.SaveAs.shortcut()), QStringLiteral("Ctrl+Shift+S"));
+    int manual = 0;
+    for (const Menu& menu : m.menus)
+        for (const MenuEntry* item : menu.items) manual += item->manual();
+    EXPECT_EQ(manual, 5);
+
+    // The activity item toggles the log window.
+    m.activityToggle.push();
+    EXPECT_TRUE(rig->serverLogging);
+    EXPECT_TRUE(rig->activityLog.window.visible());
+    m.activityToggle.push();
+    EXPECT_FALSE(rig->serverLogging);
+
+    // New message acts in master only.
+    m.FileNewmessage.push();
+    EXPECT_TRUE(rig.dialogs.messages.isEmpty());
+    rig->systemMode = QStringLiteral("master");
+    m.FileNewmessage.push();
+    EXPECT_EQ(rig.dialogs.messages.size(), 1);
+
+    // Web pages open in the browser.
+    RecordingBrowser browser;
+    rig.platform->browser = &browser;
+    m.openStore.push();
+    m.aboutVB.push();
+    EXPECT_EQ(browser.opened, (QStringList{QString::fromLatin1(MainApp::kStoreUrl),
+                                           QString::fromLatin1(MainApp::kServiceAboutUrl)}));
+}

@@ -1,0 +1,296 @@
+// The remote link on fake sockets: a slave's reading and dispatch of lines, the HTTP switch and
+// the plausibility test, the idle time-out, a master's mirror, and the transports' line ends.
+
+#include <gtest/gtest.h>
+
+#include "support/rig.h"
+
+using namespace velto;
+
+namespace {
+
+/// A slave that has pressed Connect, with a peer on the line.
+struct Slave : Rig {
+    explicit Slave(const QString& extra = {}) {
+        writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("mode=slave\ntimeout=10\n") + extra);
+        connect();
+        remoteControl.peerConnects(QStringLiteral("127.0.0.7"));
+        advance(1);
+    }
+    void send(const QByteArray& line, qint64 settle = 50) {
+        remoteControl.peerSends(line);
+        advance(settle);
+    }
+    QStringList peerLines() const {
+        QStringList out = QString::fromUtf8(remoteControl.sent).split(QStringLiteral("\r\n"));
+        out.removeAll(QString());
+        return out;
+    }
+    QStringList deviceCommands(size_t mark) const {
+        QStringList out = commandsSince(mark);
+        out.removeAll(QStringLiteral("V"));
+        return out;
+    }
+};
+
+}  // namespace
+
+TEST(RemoteLink, ASlaveGreetsForwardsDeviceLinesAndRelaysReplies) {
+    Slave s;
+    EXPECT_EQ(s->hostInfo.text(), QStringLiteral("Connection from 127.0.0.7"));
+    EXPECT_EQ(s.peerLines().value(0), QStringLiteral(";STATUS:type=QTR,25"));
+    EXPECT_EQ(s->adtimer.mode(), Timer::Off);
+
+    const size_t mark = s.serial.writes.size();
+    s.send("a55\r\n", 1);
+    EXPECT_EQ(s->lastCmd.text(), QStringLiteral("A55\r\n"));  // until the box's reply passes
+    s.advance(50);
+    EXPECT_EQ(s.deviceCommands(mark), QStringList{QStringLiteral("A55")});
+    EXPECT_EQ(s->channelA.value(), 55);
+    EXPECT_EQ(s.peerLines().last(), QString::fromLatin1(s.box().statusLine()));
+
+    // A leading line end is trimmed away; leading blanks are not, and go to the device as they are.
+    s.send("\r\n;TIMEOUT=20");
+    EXPECT_EQ(s->slaveTimeout, 20);
+    s.send("  ;TIMEOUT=30");
+    EXPECT_EQ(s->slaveTimeout, 20);
+
+    // Two lines in one read are one line: the second is lost inside the first.
+    s.send(";TIMEOUT=40\r\n;TIMEOUT=50\r\n");
+    EXPECT_EQ(s->slaveTimeout, 40);
+
+    // "K" from the peer stops local playback too.
+    s.send("K");
+    EXPECT_EQ(s->tickCounter.text(), QStringLiteral("STOP"));
+
+    // A master's greeting matches nothing and answers nothing, but counts as traffic.
+    const int lines = s.peerLines().size();
+    s.send(";STATUS:TYPE=QTR,25");
+    EXPECT_EQ(s.peerLines().size(), lines);
+    EXPECT_EQ(s->slaveIdle.mode(), Timer::Single);
+}
+
+TEST(RemoteLink, TheIdleTimeoutStopsTheBoxButNotTheLink) {
+    Slave s;
+    s.send("A30");
+    ASSERT_EQ(s->slaveIdle.period(), 10000);
+    const size_t mark = s.serial.writes.size();
+    s.advance(9900);
+    EXPECT_EQ(s.deviceCommands(mark), QStringList{});
+    s.send(";TIMEOUT=5");  // a line restarts the count, with the new period
+    s.advance(4900);
+    EXPECT_EQ(s.deviceCommands(mark), QStringList{});
+    s.advance(200);
+    EXPECT_EQ(s->errText.text(), QStringLiteral("Slave mode timeout"));
+    s.advance(500);
+    EXPECT_EQ(s.deviceCommands(mark), (QStringList{QStringLiteral("K"), QStringLiteral("K"), QStringLiteral("K")}));
+    EXPECT_TRUE(s.remoteControl.isConnected());
+    EXPECT_EQ(s->channelA.value(), 0);
+
+    // The next line clears the error; with overrideTimeout the timer is switched off.
+    s->overrideTimeout = true;
+    s.send(";HALT");
+    EXPECT_TRUE(s->errText.text().isEmpty());
+    EXPECT_EQ(s->slaveIdle.mode(), Timer::Single);  // HALT's resetAll cleared the override first
+    s->overrideTimeout = true;
+    s.send(";CHECKS=ON");
+    EXPECT_EQ(s->slaveIdle.mode(), Timer::Off);
+}
+
+TEST(RemoteLink, HttpRequestsFlipTheModeAndAreCheckedForJumps) {
+    Slave s;
+    s->_activityToggle_Action();
+    s.send("A40");
+    s.remoteControl.sent.clear();
+
+    // A request: the path is the line, the answer is the next device reply behind a head.
+    size_t mark = s.serial.writes.size();
+    s.send("GET /A55 HTTP/1.1\r\nHost: x\r\n\r\n");
+    EXPECT_TRUE(s->httpSlave);
+    EXPECT_EQ(s.deviceCommands(mark), QStringList{QStringLiteral("S")});  // 15 above A: refused
+    EXPECT_TRUE(s.logLines().contains(QStringLiteral("127.0.0.7 is using HTTP mode; switching")));
+    EXPECT_EQ(QString::fromLatin1(s.remoteControl.sent),
+              QStringLiteral("HTTP/1.0 200 OK\r\nAccess-Control-Allow-Origin: *\r\nConnection: close\r\n"
+                             "Content-Type: text/plain\r\n\r\n") +
+                  QString::fromLatin1(s.box().statusLine()) + QStringLiteral("\r\n"));
+    EXPECT_FALSE(s.remoteControl.isConnected());  // answered: closed, and listening again
+    EXPECT_TRUE(s.remoteControl.isListening());
+    EXPECT_TRUE(s->httpResponse);
+
+    // A jump of exactly 5 passes; CHECKS=OFF lets any jump through.
+    s.remoteControl.peerConnects();
+    s.advance(1);
+    mark = s.serial.writes.size();
+    s.send("GET /A45 HTTP/1.1\r\n\r\n");
+    EXPECT_EQ(s.deviceCommands(mark), QStringList{QStringLiteral("A45")});
+    for (const QByteArray& request : {QByteArray("GET /;CHECKS=OFF HTTP/1.1\r\n\r\n"), QByteArray("GET /A90 HTTP/1.1\r\n\r\n")}) {
+        s.remoteControl.peerConnects();
+        s.advance(1);
+        s.send(request, 2600);  // a set command is answered by the next poll
+    }
+    EXPECT_EQ(s->channelA.value(), 90);
+
+    // C and D are free while either output is at zero.
+    s->remoteChecks = true;
+    s.box().setLevelB(0);
+    s.advance(2600);
+    s.remoteControl.peerConnects();
+    s.advance(1);
+    mark = s.serial.writes.size();
+    s.send("GET /C90 HTTP/1.1\r\n\r\n");
+    EXPECT_EQ(s.deviceCommands(mark), QStringList{QStringLiteral("C90")});
+
+    // A plain line flips back to TCP, and says so while the log is on.
+    s.remoteControl.peerConnects();
+    s.advance(1);
+    s.remoteControl.sent.clear();
+    s.send(";CHECKS");
+    EXPECT_FALSE(s->httpSlave);
+    EXPECT_TRUE(s.peerLines().contains(
+        QStringLiteral(";VELTO:Control/Server version 2.6.1, build 25 on OS X switching modes")));
+    EXPECT_TRUE(s.logLines().contains(QStringLiteral("127.0.0.1 is using TCP mode; switching")));
+
+    // A request for "/" takes the rest of the line and a header to the device, as it stands.
+    s.remoteControl.peerConnects();
+    s.advance(1);
+    mark = s.serial.writes.size();
+    s.send("GET / HTTP/1.1\r\nHost: x\r\n\r\n");
+    EXPECT_EQ(s.deviceCommands(mark).mid(0, 2), (QStringList{QStringLiteral("HTTP/1.1"), QStringLiteral("\nHOST:")}));
+}
+
+TEST(RemoteLink, ASlaveListensAgainWheneverItsPeerGoes) {
+    for (const bool http : {false, true}) {
+        Slave s(http ? QStringLiteral("http=true\n") : QString());
+        s.remoteControl.peerDrops();
+        s.advance(1);
+        EXPECT_TRUE(s.remoteControl.isListening()) << http;
+        // The first peer ended advertising for good; a new peer is greeted (unless HTTP).
+        s.remoteControl.sent.clear();
+        s.remoteControl.peerConnects();
+        s.advance(1);
+        EXPECT_EQ(s.peerLines().isEmpty(), http);
+        // The slave keeps the box as it was: only the idle time-out stops it.
+        EXPECT_EQ(s->adtimer.mode(), Timer::Off);
+    }
+    // A master takes no action on a lost link.
+    Rig m;
+    m.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("mode=master\nhost=127.0.0.1\n"));
+    m.open();
+    m->Connect.push();
+    m.remoteControl.peerConnects();
+    m.advance(1);
+    EXPECT_EQ(m->hostInfo.text(), QStringLiteral("Connected to 127.0.0.1"));
+    m.remoteControl.peerDrops();
+    m.advance(1);
+    EXPECT_EQ(m.remoteControl.listens, 0);
+}
+
+TEST(RemoteLink, AMasterMirrorsItsSlaveAndLearnsItsFavourites) {
+    Rig m;
+    m.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("mode=master\nhost=127.0.0.1\n"));
+    m.open();
+    m->_activityToggle_Action();
+    m->Connect.push();
+    m.remoteControl.peerConnects();
+    m.advance(1);
+    EXPECT_EQ(QString::fromLatin1(m.remoteControl.sent), QStringLiteral(";STATUS:type=QTR,25\r\n"));
+
+    // The slave's greeting asks for its favourites.
+    m.remoteControl.sent.clear();
+    m.remoteControl.peerSends(";STATUS:type=QTR,25\r\n");
+    m.advance(1);
+    EXPECT_TRUE(m->advancedRemote);
+    EXPECT_EQ(QString::fromLatin1(m.remoteControl.sent), QStringLiteral(";getfavs\r\n"));
+
+    m.remoteControl.peerSends(";FAV:Slow wave,60,180,10,1,Wave,40,30,50,50,L\r\n");
+    m.advance(1);
+    ASSERT_EQ(m->favsList.listCount(), 1);
+    EXPECT_EQ(m->favsList.cell(0, 0), QStringLiteral("SLOW WAVE"));
+    EXPECT_TRUE(m->favsList.cellItalic(0, 0));
+    EXPECT_TRUE(m->favsList.cellCheck(0, 4));
+    EXPECT_EQ(m->favsList.rowTag(0).toString(), QStringLiteral("remote"));
+    EXPECT_EQ(m->favsList.cell(0, 10), QStringLiteral("L"));
+    EXPECT_TRUE(m.logLines().contains(QStringLiteral("Added remote favourite to list")));
+
+    // A short row fails at the first missing item, through the boundary; the link goes on.
+    m.remoteControl.peerSends(";FAV:X,1,2,3,1,Pulse\r\n");
+    m.advance(1);
+    EXPECT_EQ(m.boundary.reports().size(), 1);
+
+    // Status lines drive the master's panel; percent lines its clock.
+    m.remoteControl.peerSends("700:80:40:60:60:5:H:0:2.106\r\n");
+    m.advance(1);
+    EXPECT_EQ(m->channelA.value(), 40);
+    EXPECT_EQ(m->channelB.value(), 20);
+    EXPECT_TRUE(m->powerHi.value());
+    EXPECT_TRUE(m.serial.writes.empty());  // nothing is echoed to a box a master hasn't got
+    for (const auto& [line, shown] : std::vector<std::pair<QByteArray, QString>>{
+             {";STATUS:PERCENT=40", QStringLiteral("40%")},
+             {";STATUS:percent=WAIT", QStringLiteral("WAIT%")},
+             {";STATUS:PERCENT=100", QStringLiteral("DONE")},
+             {";STATUS:percent=DONE", QStringLiteral("DONE")}}) {
+        m->manualControl = false;
+        m.remoteControl.peerSends(line);
+        m.advance(1);
+        EXPECT_EQ(m->tickCounter.text(), shown) << line.constData();
+    }
+    EXPECT_TRUE(m->manualControl);
+
+    // Messages: "=" in the text arrives; a ":" loses the line on a master.
+    m.remoteControl.peerSends(";MSG=A=B");
+    m.advance(1);
+    EXPECT_TRUE(m->msgWindow.window.visible());
+    EXPECT_EQ(m->msgWindow.messageBox.text(), QStringLiteral("\rA=B"));
+    m.remoteControl.peerSends(";MSG=TIME: NOW");
+    m.advance(1);
+    EXPECT_EQ(m->msgWindow.messageBox.text(), QStringLiteral("\rA=B"));
+
+    // The user's slider move goes to the peer, not to a box.
+    m.remoteControl.sent.clear();
+    m->channelC.setValue(70);
+    EXPECT_EQ(QString::fromLatin1(m.remoteControl.sent), QStringLiteral("C70\r\n"));
+}
+
+TEST(RemoteLink, LinesGoOutOnTheFirstTransportThatIsUpWithItsOwnLineEnd) {
+    Rig rig;
+    rig.open();
+    rig.remoteControl.peerConnects();
+    rig.connectSocket.peerConnects();
+    rig.brokerSocket.peerConnects();
+    rig.advance(1);
+    rig.remoteControl.sent.clear();
+    rig->brokerConnected = true;
+    rig->sendRemoteData(QStringLiteral("ONE"));
+    rig->flushRemote();
+    rig->brokerConnected = false;
+    rig->sendRemoteData(QStringLiteral("TWO"));
+    rig->flushRemote();
+    rig.connectSocket.peerDrops();
+    rig.advance(1);
+    rig->sendRemoteData(QStringLiteral("THREE"));
+    rig->flushRemote();
+    EXPECT_EQ(rig.brokerSocket.sent, QByteArray("ONE\r\n"));
+    EXPECT_EQ(rig.connectSocket.sent, QByteArray("TWO\n"));
+    EXPECT_EQ(rig.remoteControl.sent, QByteArray("THREE\r\n"));
+    EXPECT_EQ(rig.brokerSocket.flushes + rig.connectSocket.flushes + rig.remoteControl.flushes, 3);
+}
+
+TEST(RemoteLink, BadInputNeverStopsTheSlave) {
+    Slave s;
+    s.box().setLevelA(20);
+    s.advance(2600);
+    const size_t mark = s.serial.writes.size();
+    s.send(QByteArray(1024 * 1024, 'Z'));                              // a line of 1 MB
+    s.send(QByteArray("\x00\xff\xfe;\x01\x02garbage\x80", 12));         // binary garbage
+    s.send(";GOTO=1,2");                                               // too few items
+    s.send(";SEQSET=-1");                                              // a negative row
+    s.send(";FAV:1,2");                                                // a master's line, on a slave
+    EXPECT_GE(s.boundary.reports().size(), 2);                         // GOTO and SEQSET failed
+    s.send("A25");
+    EXPECT_EQ(s->channelA.value(), 25);
+    EXPECT_TRUE(s.remoteControl.isConnected());
+    EXPECT_FALSE(s.deviceCommands(mark).isEmpty());
+    // The idle time-out still stops the box after all that.
+    s.advance(11000);
+    EXPECT_EQ(s->errText.text(), QStringLiteral("Slave mode timeout"));
+}
