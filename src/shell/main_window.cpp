@@ -101,8 +101,11 @@ void MainApp::AddMenuHandlers() {
     MenuBar& m = MenuBar1;
     on(m.prefsMenu, [this] { return _prefsMenu_Action(); });
     on(m.activityToggle, [this] { return _activityToggle_Action(); });
+    on(m.saveAll, [this] { return _saveAll_Action(); });
     on(m.FileNewmessage, [this] { return _FileNewmessage_Action(); });
     on(m.openStore, [this] { return _openStore_Action(); });
+    on(m.SaveAs, [this] { return _SaveAs_Action(); });
+    on(m.openFavs, [this] { return _openFavs_Action(); });
     on(m.FileCheckforupdate, [this] { return _FileCheckforupdate_Action(); });
     on(m.aboutVB, [this] { return _aboutVB_Action(); });
     on(m.vbQuit, [this] { return _vbQuit_Action(); });
