@@ -1,0 +1,203 @@
+// Level moves: targets, the adjusting rule, and the pairs the move queues tick by tick.
+
+#include <gtest/gtest.h>
+
+#include "playback_support.h"
+
+using namespace velto;
+using namespace velto::playback_test;
+
+namespace {
+
+// The box reports the levels at the next poll; the sliders follow.
+void boxLevels(Rig& rig, int a, int b) {
+    rig.box().setLevelA(a);
+    rig.box().setLevelB(b);
+    rig.advance(2500);
+    ASSERT_EQ(rig->channelA.value(), a);
+    ASSERT_EQ(rig->channelB.value(), b);
+}
+
+}  // namespace
+
+TEST(Move, RelativeAbsoluteAndClampedTargets) {
+    struct Case {
+        const char* text;
+        qint64 current, target;
+    };
+    for (const Case& c : {Case{"+10", 95, 100}, Case{"-10", 5, 0}, Case{"+", 40, 40}, Case{"-", 40, 40},
+                          Case{"+7.9", 40, 47}, Case{"30", 70, 30}, Case{"", 70, 0}, Case{"abc", 70, 0},
+                          Case{"150", 0, 100}, Case{" +10", 50, 10}})
+        EXPECT_EQ(MainApp::adjustTarget(QLatin1String(c.text), c.current), c.target) << c.text << " from " << c.current;
+
+    Rig rig;
+    rig.connect();
+    boxLevels(rig, 95, 5);
+    rig->adjustA.setText(QStringLiteral("+10"));
+    rig->adjustB.setText(QStringLiteral("-10"));
+    rig->adjustTime.setText(QStringLiteral("20"));
+    const size_t mark = rig.serial.writes.size();
+    const qint64 t0 = rig.clock.nowMs();
+    rig->Adjust.push();
+    EXPECT_EQ(rig->moveSteps, 5);
+    EXPECT_EQ(rig->moveTimer.period(), 4000);
+    EXPECT_FALSE(rig->manualControl);
+    rig.advance(4000);
+    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("20%"));
+    rig.advance(16000);
+    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("100%"));
+    EXPECT_EQ(rig->moveTimer.mode(), Timer::Multiple);
+    rig.advance(4000);
+    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("DONE"));
+    EXPECT_EQ(rig->moveTimer.mode(), Timer::Off);
+    EXPECT_TRUE(rig->manualControl);
+    EXPECT_EQ(rig->elapsedTimer.mode(), Timer::Multiple);
+    // Each pair leaves B first; the move takes one period more than its time.
+    EXPECT_EQ(sentSince(rig, mark, t0), (std::vector<Sent>{{4200, "B4"},
+                                                           {4400, "A96"},
+                                                           {8200, "B3"},
+                                                           {8400, "A97"},
+                                                           {12200, "B2"},
+                                                           {12400, "A98"},
+                                                           {16200, "B1"},
+                                                           {16400, "A99"},
+                                                           {20200, "B0"},
+                                                           {20400, "A100"}}));
+    EXPECT_EQ(rig->channelC.value(), 50);  // C and D are never part of a move
+}
+
+TEST(Move, NothingToMoveEndsOnTheFirstTick) {
+    Rig rig;
+    connectSlaveWithPeer(rig);
+    rig->adjustA.setText(QStringLiteral("0"));
+    rig->adjustTime.setText(QStringLiteral("5"));
+    const size_t mark = rig.serial.writes.size();
+    rig->Adjust.push();
+    EXPECT_EQ(rig->moveSteps, 0);
+    rig.advance(1000);
+    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("DONE"));
+    EXPECT_EQ(rig->moveTimer.mode(), Timer::Off);
+    EXPECT_TRUE(sentSince(rig, mark, 0).empty());
+    EXPECT_EQ(statusLines(rig),
+              QStringList{";STATUS:percent=DONE"});
+}
+
+TEST(Move, FiftyLevelsOnAAndTenOnBInFiftySeconds) {
+    Rig rig;
+    connectSlaveWithPeer(rig);
+    rig->adjustA.setText(QStringLiteral("50"));
+    rig->adjustB.setText(QStringLiteral("10"));
+    rig->adjustTime.setText(QStringLiteral("50"));
+    const size_t mark = rig.serial.writes.size();
+    const qint64 t0 = rig.clock.nowMs();
+    rig->Adjust.push();
+    EXPECT_EQ(rig->moveTimer.period(), 1000);
+    rig.advance(52000);
+
+    const std::vector<Sent> sent = sentSince(rig, mark, t0);
+    ASSERT_EQ(sent.size(), 100u);
+    std::vector<int> bRisesAt;
+    int lastB = 0;
+    for (int tick = 1; tick <= 50; ++tick) {
+        const Sent& b = sent[2 * (tick - 1)];
+        const Sent& a = sent[2 * (tick - 1) + 1];
+        EXPECT_EQ(b.t, 1000 * tick + 200);
+        EXPECT_EQ(a, (Sent{1000 * tick + 400, QStringLiteral("A%1").arg(tick)}));
+        const int level = b.cmd.mid(1).toInt();
+        if (level != lastB) bRisesAt.push_back(tick);
+        lastB = level;
+    }
+    // B rises by one level about every fifth tick and lands on its target with A.
+    EXPECT_EQ(bRisesAt, (std::vector<int>{3, 8, 13, 18, 23, 28, 33, 38, 43, 48}));
+    EXPECT_EQ(sent.back(), (Sent{50400, "A50"}));
+    EXPECT_EQ(sent[98].cmd, QStringLiteral("B10"));
+
+    const QStringList lines = statusLines(rig);
+    ASSERT_EQ(lines.size(), 51);
+    EXPECT_EQ(lines.first(), QStringLiteral(";STATUS:percent=2"));
+    EXPECT_EQ(lines.at(24), QStringLiteral(";STATUS:percent=50"));
+    EXPECT_EQ(lines.at(49), QStringLiteral(";STATUS:percent=100"));
+    EXPECT_EQ(lines.last(), QStringLiteral(";STATUS:percent=DONE"));
+}
+
+TEST(Move, TooShortTimesAreLengthenedOrRefused) {
+    Rig rig;
+    rig.connect();
+    ASSERT_FALSE(rig->serverLogging);
+    rig->adjustA.setText(QStringLiteral("20"));
+    rig->Adjust.push();
+    // Written with the log closed: the one line of a move that is.
+    EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Move: adjusting period to 20 seconds")));
+    EXPECT_EQ(rig->moveTimer.period(), 1000);
+
+    rig->halt.push();
+    rig->autoAdjust = false;
+    rig->adjustTime.setText(QStringLiteral("10"));
+    rig->cmdSequence = {QStringLiteral("X")};
+    rig->Adjust.push();
+    EXPECT_EQ(rig.dialogs.messages,
+              QStringList{"Can't adjust - too many steps, or too short a time period. Number of seconds must be "
+                          "more than the number of steps"});
+    EXPECT_EQ(rig->cmdSequence, QStringList{"X"});  // refused before resetAll
+    EXPECT_EQ(rig->moveTimer.mode(), Timer::Off);
+
+    // Equal passes; a fraction is compared whole and then cut.
+    struct Case {
+        const char *a, *time;
+        bool autoAdjust, refused;
+        qint64 period;
+    };
+    for (const Case& c : {Case{"20", "20", false, false, 1000}, Case{"30", "30.9", false, false, 1000},
+                          Case{"31", "30.9", false, true, 0}, Case{"31", "30.9", true, false, 1000},
+                          Case{"10", "30.9", false, false, 3000}}) {
+        SCOPED_TRACE(std::string(c.a) + " in " + c.time);
+        rig->halt.push();
+        rig.dialogs.messages.clear();
+        rig->autoAdjust = c.autoAdjust;
+        rig->adjustA.setText(QLatin1String(c.a));
+        rig->adjustTime.setText(QLatin1String(c.time));
+        rig->Adjust.push();
+        EXPECT_EQ(rig.dialogs.messages.size(), c.refused ? 1 : 0);
+        EXPECT_EQ(rig->moveTimer.mode(), c.refused ? Timer::Off : Timer::Multiple);
+        if (!c.refused) {
+            EXPECT_EQ(rig->moveTimer.period(), c.period);
+        }
+    }
+    EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Move: adjusting period to 31 seconds")));
+}
+
+TEST(Move, AdjustToAFavourite) {
+    Rig rig;
+    connectSlaveWithPeer(rig);
+    rig->_activityToggle_Action();
+    rig->adjustSelected.push();
+    EXPECT_EQ(rig.dialogs.messages, QStringList{"Select a favourite setting first, then click Jump"});
+
+    // Cells 6 and 7 are the targets and the Rise is the time.
+    Fav f;
+    f.a = QStringLiteral("20");
+    f.b = QStringLiteral("8");
+    f.rise = QStringLiteral("40");
+    addFav(rig, f);
+    rig->favsList.setListIndex(0);
+    rig->adjustSelected.push();
+    EXPECT_EQ(rig->diffA, 20);
+    EXPECT_EQ(rig->diffB, 8);
+    EXPECT_EQ(rig->moveTimer.period(), 2000);
+    EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Move: setting levels in 20 steps")));
+
+    // Too short with the rule off: resetAll has run, no message box, an error to the peer,
+    // and the move's figures stay as computed.
+    rig->autoAdjust = false;
+    rig->favsList.setCell(0, 1, QStringLiteral("5"));
+    rig->cmdSequence = {QStringLiteral("X")};
+    rig.remoteControl.sent.clear();
+    rig->adjustSelected.push();
+    EXPECT_TRUE(rig->cmdSequence.isEmpty());
+    EXPECT_EQ(rig->moveTimer.mode(), Timer::Off);
+    EXPECT_EQ(rig.dialogs.messages.size(), 1);
+    EXPECT_EQ(rig->moveSteps, 20);
+    EXPECT_EQ(statusLines(rig),
+              QStringList{";ERROR:1=Too many steps, or time period too short"});
+    EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Error: Invalid MOVE parameters")));
+}

@@ -1,0 +1,75 @@
+#pragma once
+// Shared by the playback tests: favourites in the list, device commands with their virtual
+// times (the poll left out), and the lines a peer received.
+
+#include <gtest/gtest.h>
+
+#include <QRegularExpression>
+#include <ostream>
+#include <vector>
+
+#include "support/rig.h"
+
+namespace velto::playback_test {
+
+struct Sent {
+    qint64 t;  // ms after the mark
+    QString cmd;
+    bool operator==(const Sent& o) const { return t == o.t && cmd == o.cmd; }
+};
+
+inline void PrintTo(const Sent& s, std::ostream* os) { *os << s.t << ":" << s.cmd.toStdString(); }
+
+/// Commands written since write `mark`, timed from `t0`; the "V" polls are left out.
+inline std::vector<Sent> sentSince(const Rig& rig, size_t mark, qint64 t0) {
+    std::vector<Sent> out;
+    for (size_t i = mark; i < rig.serial.writes.size(); ++i) {
+        const QString text = QString::fromLatin1(rig.serial.writes[i].bytes).trimmed();
+        if (text != QLatin1String("V")) out.push_back({rig.serial.writes[i].timeMs - t0, text});
+    }
+    return out;
+}
+
+inline QStringList commandsOnly(const std::vector<Sent>& sent) {
+    QStringList out;
+    for (const Sent& s : sent) out.append(s.cmd);
+    return out;
+}
+
+struct Fav {
+    QString name = QStringLiteral("fav");
+    QString rise = QStringLiteral("30"), run = QStringLiteral("180"), fall = QStringLiteral("10");
+    QString mode = QStringLiteral("Pulse");
+    QString a = QStringLiteral("40"), b = QStringLiteral("20"), c = QStringLiteral("50"), d = QStringLiteral("60");
+    QString power = QStringLiteral("L");
+    bool ticked = true;
+};
+
+inline int addFav(Rig& rig, const Fav& f) {
+    const int row = rig->favsList.addRow({f.name, f.rise, f.run, f.fall});
+    const QStringList hidden{f.mode, f.a, f.b, f.c, f.d, f.power};
+    for (int i = 0; i < hidden.size(); ++i) rig->favsList.setCell(row, 5 + i, hidden[i]);
+    rig->favsList.setCellCheck(row, 4, f.ticked);
+    return row;
+}
+
+/// Lines the peer received on the direct link, without their CR LF.
+inline QStringList peerLines(const Rig& rig) {
+    return QString::fromUtf8(rig.remoteControl.sent).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+}
+
+/// The extended lines among them (the relayed status replies left out).
+inline QStringList statusLines(const Rig& rig) {
+    return peerLines(rig).filter(QRegularExpression(QStringLiteral("^;")));
+}
+
+/// A connected slave with a peer on the direct link, so that playback reports to it.
+inline void connectSlaveWithPeer(Rig& rig) {
+    rig.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("mode=slave\n"));
+    rig.connect();
+    rig.remoteControl.peerConnects();
+    rig.advance(1);
+    rig.remoteControl.sent.clear();
+}
+
+}  // namespace velto::playback_test
