@@ -105,8 +105,10 @@ void MainApp::remoteControl_DataAvailable() {
 void MainApp::remoteControl_Error() {
     // A slave listens again whenever its peer goes, in HTTP mode too, so that a browser that
     // drops a spare connection can't leave it deaf until the next Connect.
-    if (remoteControl.lastErrorCode() == TcpSocket::LostConnection && same(systemMode, kSlave))
-        remoteControl.listen();
+    if (remoteControl.lastErrorCode() != TcpSocket::LostConnection || !same(systemMode, kSlave)) return;
+    // An answer owed to a web client that left is owed to nobody: the next client gets its own.
+    if (httpSlave) httpResponse = true;
+    remoteControl.listen();
 }
 
 void MainApp::sendRemoteData(const QString& text) {

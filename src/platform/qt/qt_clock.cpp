@@ -43,8 +43,7 @@ void QtClock::forget(Timer* timer) {
 
 void QtClock::post(qint64 delayMs, std::function<void()> event) {
     QTimer::singleShot(static_cast<int>(std::clamp<qint64>(delayMs, 0, std::numeric_limits<int>::max())),
-                       Qt::PreciseTimer, QCoreApplication::instance(),
-                       [this, event = std::move(event)] { dispatch(event); });
+                       Qt::PreciseTimer, &context_, [this, event = std::move(event)] { dispatch(event); });
 }
 
 void QtClock::yield() { QCoreApplication::processEvents(QEventLoop::AllEvents); }

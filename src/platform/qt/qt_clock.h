@@ -2,6 +2,7 @@
 // Real time on the Qt event loop: one precise QTimer per armed Timer, created on first use.
 
 #include <QElapsedTimer>
+#include <QObject>
 #include <unordered_map>
 
 #include "platform/clock.h"
@@ -28,6 +29,8 @@ protected:
 
 private:
     QElapsedTimer elapsed_;
+    /// Owns the pending posted events: they go with the clock.
+    QObject context_;
     std::unordered_map<Timer*, QTimer*> timers_;
 };
 

@@ -105,13 +105,21 @@ bool QtTcpSocket::isConnected() const {
 
 bool QtTcpSocket::isListening() const { return server_ && server_->isListening(); }
 
+namespace {
+// Peers on a dual-stack listener show as "::ffff:a.b.c.d"; the protocol speaks IPv4.
+QString plain(const QHostAddress& address) {
+    bool ok = false;
+    const quint32 v4 = address.toIPv4Address(&ok);
+    return ok ? QHostAddress(v4).toString() : address.toString();
+}
+}  // namespace
+
 QString QtTcpSocket::localAddress() const {
-    if (peer_ && peer_->state() == QAbstractSocket::ConnectedState)
-        return peer_->localAddress().toString();
+    if (peer_ && peer_->state() == QAbstractSocket::ConnectedState) return plain(peer_->localAddress());
     return QtNetworkInfo().localAddress();
 }
 
-QString QtTcpSocket::remoteAddress() const { return peer_ ? peer_->peerAddress().toString() : QString(); }
+QString QtTcpSocket::remoteAddress() const { return peer_ ? plain(peer_->peerAddress()) : QString(); }
 
 QByteArray QtTcpSocket::readAll() { return peer_ ? peer_->readAll() : QByteArray(); }
 
