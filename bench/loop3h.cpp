@@ -11,17 +11,20 @@ using namespace velto;
 
 int main() {
     constexpr qint64 kThreeHoursMs = 3LL * 60 * 60 * 1000;
-    const char* modes[] = {"Pulse", "Bounce", "Continuous", "Asplit", "Bsplit", "Wave", "Waterfall",
-                           "Squeeze", "Milk", "Throb", "Thrust", "Random", "Step", "Training"};
+    const char* modes[] = {"Pulse",  "Bounce",    "Continuous", "Asplit",  "Bsplit",
+                           "Wave",   "Waterfall", "Squeeze",    "Milk",    "Throb",
+                           "Thrust", "Random",    "Step",       "Training"};
 
     Rig rig;
     rig.connect();
     for (int i = 0; i < 20; ++i) {
-        const int row = rig->favsList.addRow({QStringLiteral("bench %1").arg(i), QString::number(10 + 5 * (i % 11)),
-                                              QString::number(20 + 10 * (i % 10)), QString::number(10 + i % 20)});
-        const QStringList cells{QLatin1String(modes[i % 14]), QString::number(10 + 2 * i), QString::number(60 - 2 * i),
-                                QString::number(20 + i), QString::number(80 - i), i % 2 ? QStringLiteral("H")
-                                                                                         : QStringLiteral("L")};
+        const int row = rig->favsList.addRow(
+            {QStringLiteral("bench %1").arg(i), QString::number(10 + 5 * (i % 11)),
+             QString::number(20 + 10 * (i % 10)), QString::number(10 + i % 20)});
+        const QStringList cells{
+            QLatin1String(modes[i % 14]), QString::number(10 + 2 * i),
+            QString::number(60 - 2 * i),  QString::number(20 + i),
+            QString::number(80 - i),      i % 2 ? QStringLiteral("H") : QStringLiteral("L")};
         for (int c = 0; c < cells.size(); ++c) rig->favsList.setCell(row, 5 + c, cells[c]);
         rig->favsList.setCellCheck(row, 4, true);
     }

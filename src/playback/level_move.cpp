@@ -18,7 +18,8 @@ void MainApp::Adjust_Action() {
     const qint64 targetA = adjustTarget(adjustA.text(), channelA.value());
     const qint64 targetB = adjustTarget(adjustB.text(), channelB.value());
     const double seconds = Val(adjustTime.text());
-    const qint64 steps = std::max(std::llabs(targetA - channelA.value()), std::llabs(targetB - channelB.value()));
+    const qint64 steps =
+        std::max(std::llabs(targetA - channelA.value()), std::llabs(targetB - channelB.value()));
 
     // The message says "more than", yet equal passes: kept so.
     if (static_cast<double>(steps) > seconds && !autoAdjust) {
@@ -40,12 +41,13 @@ void MainApp::adjustSelected_Action() {
     for (int row = 0; row < favsList.listCount(); ++row) {
         if (!favsList.selected(row)) continue;
         resetAll();
-        setOutputLevels(ValInt(favsList.cell(row, 6)), ValInt(favsList.cell(row, 7)), channelC.value(),
-                        channelD.value(), ValInt(favsList.cell(row, 1)));
+        setOutputLevels(ValInt(favsList.cell(row, 6)), ValInt(favsList.cell(row, 7)),
+                        channelC.value(), channelD.value(), ValInt(favsList.cell(row, 1)));
     }
 }
 
-void MainApp::setOutputLevels(qint64 levelA, qint64 levelB, qint64 levelC, qint64 levelD, qint64 seconds) {
+void MainApp::setOutputLevels(qint64 levelA, qint64 levelB, qint64 levelC, qint64 levelD,
+                              qint64 seconds) {
     // A move never touches C or D.
     Q_UNUSED(levelC);
     Q_UNUSED(levelD);
@@ -58,7 +60,8 @@ void MainApp::setOutputLevels(qint64 levelA, qint64 levelB, qint64 levelC, qint6
     if (autoAdjust && seconds < moveSteps) {
         seconds = moveSteps;
         // Written whether the log is on or not.
-        log(QStringLiteral("Move: adjusting period to ") + Str(seconds) + QStringLiteral(" seconds"));
+        log(QStringLiteral("Move: adjusting period to ") + Str(seconds) +
+            QStringLiteral(" seconds"));
     }
     if (seconds < moveSteps) {
         logIf(QStringLiteral("Error: Invalid MOVE parameters"));
@@ -71,9 +74,9 @@ void MainApp::setOutputLevels(qint64 levelA, qint64 levelB, qint64 levelC, qint6
     directionB = levelB < channelB.value() ? -1 : 1;
     moveStep = 0;
     // With nothing to move the first tick only ends the move; the design period will do.
-    moveTimer.setPeriod(moveSteps > 0
-                            ? Trunc(static_cast<double>(seconds) * 1000.0 / static_cast<double>(moveSteps))
-                            : 1000);
+    moveTimer.setPeriod(moveSteps > 0 ? Trunc(static_cast<double>(seconds) * 1000.0 /
+                                              static_cast<double>(moveSteps))
+                                      : 1000);
     moveTimer.setMode(Timer::Multiple);
     manualControl = false;
     elapsedTimer.setMode(Timer::Off);
@@ -82,7 +85,8 @@ void MainApp::setOutputLevels(qint64 levelA, qint64 levelB, qint64 levelC, qint6
 
 void MainApp::moveTimer_Action() {
     ++moveStep;
-    const double fraction = moveSteps > 0 ? static_cast<double>(moveStep) / static_cast<double>(moveSteps) : 0.0;
+    const double fraction =
+        moveSteps > 0 ? static_cast<double>(moveStep) / static_cast<double>(moveSteps) : 0.0;
     // Shown before the end test: the last tick flashes past 100% before "DONE".
     if (moveSteps > 0) tickCounter.setText(Format(fraction, QStringLiteral("#%")));
 
@@ -97,13 +101,15 @@ void MainApp::moveTimer_Action() {
         return;
     }
 
-    if (hasStatusPeer()) sendRemoteData(QStringLiteral(";STATUS:percent=") + Format(fraction * 100.0, QStringLiteral("#")));
+    if (hasStatusPeer())
+        sendRemoteData(QStringLiteral(";STATUS:percent=") +
+                       Format(fraction * 100.0, QStringLiteral("#")));
     // Each level from the start, not the last one: no drift. The stack sends B first.
     const double steps = static_cast<double>(moveSteps);
-    const double levelA = static_cast<double>(startA) +
-                          static_cast<double>(directionA * moveStep) / steps * static_cast<double>(diffA);
-    const double levelB = static_cast<double>(startB) +
-                          static_cast<double>(directionB * moveStep) / steps * static_cast<double>(diffB);
+    const double levelA = static_cast<double>(startA) + static_cast<double>(directionA * moveStep) /
+                                                            steps * static_cast<double>(diffA);
+    const double levelB = static_cast<double>(startB) + static_cast<double>(directionB * moveStep) /
+                                                            steps * static_cast<double>(diffB);
     cmdSequence.append(QStringLiteral("A") + Format(levelA, QStringLiteral("#")));
     cmdSequence.append(QStringLiteral("B") + Format(levelB, QStringLiteral("#")));
     seqTimer.setMode(Timer::Multiple);

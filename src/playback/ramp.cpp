@@ -18,7 +18,8 @@ int listRow(qint64 row) {
 }
 
 QString tenth(qint64 target, qint64 step) {
-    return Format(static_cast<double>(target) * static_cast<double>(step) / 10.0, QStringLiteral("#"));
+    return Format(static_cast<double>(target) * static_cast<double>(step) / 10.0,
+                  QStringLiteral("#"));
 }
 
 }  // namespace
@@ -116,8 +117,10 @@ void MainApp::playStimFavourite(qint64 row, bool continueAfter) {
     }
     if (randomPlay && randomPower.value()) {
         Random random(p_.seed());
-        targetA = Trunc((0.9 + static_cast<double>(random.LessThan(20)) / 100.0) * static_cast<double>(targetA));
-        targetB = Trunc((0.9 + static_cast<double>(random.LessThan(20)) / 100.0) * static_cast<double>(targetB));
+        targetA = Trunc((0.9 + static_cast<double>(random.LessThan(20)) / 100.0) *
+                        static_cast<double>(targetA));
+        targetB = Trunc((0.9 + static_cast<double>(random.LessThan(20)) / 100.0) *
+                        static_cast<double>(targetB));
     }
 
     if (autoAdjust) {
@@ -137,8 +140,10 @@ void MainApp::playStimFavourite(qint64 row, bool continueAfter) {
         a = Str(targetA);
         b = Str(targetB);
     } else if (rise < 10) {
-        a = Format(static_cast<double>(10 - rise) * static_cast<double>(targetA) / 10.0, QStringLiteral("#"));
-        b = Format(static_cast<double>(10 - rise) * static_cast<double>(targetB) / 10.0, QStringLiteral("#"));
+        a = Format(static_cast<double>(10 - rise) * static_cast<double>(targetA) / 10.0,
+                   QStringLiteral("#"));
+        b = Format(static_cast<double>(10 - rise) * static_cast<double>(targetB) / 10.0,
+                   QStringLiteral("#"));
     } else {
         a = tenth(targetA, 1);
         b = tenth(targetB, 1);
@@ -189,8 +194,8 @@ void MainApp::reportRampStep(const char* direction) {
             suffix = QStringLiteral(" (loop)");
         else if (randomPlay)
             suffix = QStringLiteral(" (random)");
-        sendRemoteData(QStringLiteral(";PROGRESS:") + QLatin1String(direction) + QLatin1Char(' ') + percent +
-                       QLatin1Char('%') + suffix);
+        sendRemoteData(QStringLiteral(";PROGRESS:") + QLatin1String(direction) + QLatin1Char(' ') +
+                       percent + QLatin1Char('%') + suffix);
         return;
     }
     sendRemoteData(QStringLiteral(";STATUS:percent=") + percent);
@@ -221,13 +226,15 @@ void MainApp::rampTimer_Action() {
     cmdSequence.append(QStringLiteral("B") + Str(targetB));
     seqTimer.setMode(Timer::Multiple);
     logIf(QStringLiteral("Target levels set"));
-    logIf(QStringLiteral("Commands in buffer : ") + Str(static_cast<qint64>(cmdSequence.size()) - 1));
+    logIf(QStringLiteral("Commands in buffer : ") +
+          Str(static_cast<qint64>(cmdSequence.size()) - 1));
     // The top levels left a full period ago; whatever is still queued, the pair above
     // included, is dropped unsent.
     while (!cmdSequence.isEmpty()) cmdSequence.removeLast();
 
     if (hasStatusPeer())
-        sendRemoteData(useProgress ? QStringLiteral(";PROGRESS:DONE") : QStringLiteral(";STATUS:percent=DONE"));
+        sendRemoteData(useProgress ? QStringLiteral(";PROGRESS:DONE")
+                                   : QStringLiteral(";STATUS:percent=DONE"));
 
     if (continueAfterPlayback) {
         tickCounter.setText(QStringLiteral("DONE"));
@@ -297,7 +304,8 @@ void MainApp::rampDown_Action() {
     seqComplete = true;
     logIf(QStringLiteral("Playback done"));
     if (hasStatusPeer())
-        sendRemoteData(useProgress ? QStringLiteral(";PROGRESS:DONE") : QStringLiteral(";STATUS:percent=DONE"));
+        sendRemoteData(useProgress ? QStringLiteral(";PROGRESS:DONE")
+                                   : QStringLiteral(";STATUS:percent=DONE"));
 
     if (randomPlay)
         randomFavouriteEnded();

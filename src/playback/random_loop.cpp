@@ -35,7 +35,8 @@ void MainApp::randomLoop_Action() {
     if (loopTimeout.value() && minutes > 0) {
         loopTimer.setPeriod(Trunc(60000.0 * minutes));
         loopTimer.setMode(Timer::Single);
-        logIf(QStringLiteral("Random: looping for ") + loopRuntime.text() + QStringLiteral(" minutes"));
+        logIf(QStringLiteral("Random: looping for ") + loopRuntime.text() +
+              QStringLiteral(" minutes"));
     }
     createRandomSequence();
 }
@@ -47,7 +48,9 @@ void MainApp::randomStop_Action() {
     playbackStop.push();
 }
 
-void MainApp::randomTimer_Action() { randomPlayback(); }
+void MainApp::randomTimer_Action() {
+    randomPlayback();
+}
 
 void MainApp::loopTimer_Action() {
     // Only the end of a fall looks at the flag: what is playing, or waiting, goes on.
@@ -69,7 +72,8 @@ void MainApp::createRandomSequence() {
         randMode.setText(QStringLiteral("Waiting"));
         randomTimer.setPeriod(Trunc(60000.0 * Val(firstDelay.text())));
         randomTimer.setMode(Timer::Single);
-        logIf(QStringLiteral("Random: waiting ") + firstDelay.text() + QStringLiteral(" minutes to start"));
+        logIf(QStringLiteral("Random: waiting ") + firstDelay.text() +
+              QStringLiteral(" minutes to start"));
     } else {
         randomPlayback();
     }
@@ -146,11 +150,12 @@ void MainApp::readRandomSettings(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) return;
     const std::pair<const char*, CheckBox*> boxes[] = {
-        {"delayfirst", &delayFirst}, {"delaybetween", &delayBetween}, {"randomrun", &randomTimes},
-        {"randompower", &randomPower}, {"looppower", &loopPower},     {"looptimeout", &loopTimeout}};
+        {"delayfirst", &delayFirst}, {"delaybetween", &delayBetween},
+        {"randomrun", &randomTimes}, {"randompower", &randomPower},
+        {"looppower", &loopPower},   {"looptimeout", &loopTimeout}};
     const std::pair<const char*, TextField*> fields[] = {
-        {"delayvalue", &firstDelay}, {"delaymin", &minDelay},     {"delaymax", &maxDelay},
-        {"runmin", &minRun},         {"runmax", &maxRun},         {"loopboosta", &loopBoostA},
+        {"delayvalue", &firstDelay}, {"delaymin", &minDelay},      {"delaymax", &maxDelay},
+        {"runmin", &minRun},         {"runmax", &maxRun},          {"loopboosta", &loopBoostA},
         {"loopboostb", &loopBoostB}, {"loopruntime", &loopRuntime}};
 
     QTextStream in(&file);
@@ -159,7 +164,8 @@ void MainApp::readRandomSettings(const QString& path) {
         const QString key = item.isEmpty() ? QString() : item[0];
         // A known key with no "=" reads past the end; the rest of the file stays unread.
         for (const auto& [name, box] : boxes)
-            if (same(key, QLatin1String(name))) box->setValue(same(at(item, 1), QStringLiteral("true")));
+            if (same(key, QLatin1String(name)))
+                box->setValue(same(at(item, 1), QStringLiteral("true")));
         for (const auto& [name, field] : fields)
             if (same(key, QLatin1String(name))) field->setText(at(item, 1));
         p_.clock.yield();
@@ -171,14 +177,20 @@ void MainApp::saveRandom() {
     // Written beside the old file and renamed over it: a failed save leaves the old one whole.
     QSaveFile file(p_.preferences.child(QStringLiteral("veltorandom.ini")));
     if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) return;
-    const std::pair<const char*, QString> lines[] = {
-        {"delayfirst", checkboxToText(delayFirst)},   {"delayvalue", firstDelay.text()},
-        {"delaybetween", checkboxToText(delayBetween)}, {"delaymin", minDelay.text()},
-        {"delaymax", maxDelay.text()},                {"randomrun", checkboxToText(randomTimes)},
-        {"runmin", minRun.text()},                    {"runmax", maxRun.text()},
-        {"randompower", checkboxToText(randomPower)}, {"looppower", checkboxToText(loopPower)},
-        {"loopboosta", loopBoostA.text()},            {"loopboostb", loopBoostB.text()},
-        {"looptimeout", checkboxToText(loopTimeout)}, {"loopruntime", loopRuntime.text()}};
+    const std::pair<const char*, QString> lines[] = {{"delayfirst", checkboxToText(delayFirst)},
+                                                     {"delayvalue", firstDelay.text()},
+                                                     {"delaybetween", checkboxToText(delayBetween)},
+                                                     {"delaymin", minDelay.text()},
+                                                     {"delaymax", maxDelay.text()},
+                                                     {"randomrun", checkboxToText(randomTimes)},
+                                                     {"runmin", minRun.text()},
+                                                     {"runmax", maxRun.text()},
+                                                     {"randompower", checkboxToText(randomPower)},
+                                                     {"looppower", checkboxToText(loopPower)},
+                                                     {"loopboosta", loopBoostA.text()},
+                                                     {"loopboostb", loopBoostB.text()},
+                                                     {"looptimeout", checkboxToText(loopTimeout)},
+                                                     {"loopruntime", loopRuntime.text()}};
     QByteArray out;
     for (const auto& [key, value] : lines) out += QByteArray(key) + '=' + value.toUtf8() + '\n';
     if (file.write(out) != out.size()) {

@@ -19,8 +19,9 @@ void MainApp::createSequence_Action() {
     }
     // On Cancel the rows stay in stimSequence until the next resetAll.
     if (high && low &&
-        !p_.dialogs.okCancel(QStringLiteral("Warning: this sequence contains both High and Low power settings"),
-                             Dialogs::Critical))
+        !p_.dialogs.okCancel(
+            QStringLiteral("Warning: this sequence contains both High and Low power settings"),
+            Dialogs::Critical))
         return;
     randMode.setText(QStringLiteral("Sequence"));
     playStimSequence();

@@ -25,10 +25,12 @@ TEST(Move, RelativeAbsoluteAndClampedTargets) {
         const char* text;
         qint64 current, target;
     };
-    for (const Case& c : {Case{"+10", 95, 100}, Case{"-10", 5, 0}, Case{"+", 40, 40}, Case{"-", 40, 40},
-                          Case{"+7.9", 40, 47}, Case{"30", 70, 30}, Case{"", 70, 0}, Case{"abc", 70, 0},
-                          Case{"150", 0, 100}, Case{" +10", 50, 10}})
-        EXPECT_EQ(MainApp::adjustTarget(QLatin1String(c.text), c.current), c.target) << c.text << " from " << c.current;
+    for (const Case& c :
+         {Case{"+10", 95, 100}, Case{"-10", 5, 0}, Case{"+", 40, 40}, Case{"-", 40, 40},
+          Case{"+7.9", 40, 47}, Case{"30", 70, 30}, Case{"", 70, 0}, Case{"abc", 70, 0},
+          Case{"150", 0, 100}, Case{" +10", 50, 10}})
+        EXPECT_EQ(MainApp::adjustTarget(QLatin1String(c.text), c.current), c.target)
+            << c.text << " from " << c.current;
 
     Rig rig;
     rig.connect();
@@ -78,8 +80,7 @@ TEST(Move, NothingToMoveEndsOnTheFirstTick) {
     EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("DONE"));
     EXPECT_EQ(rig->moveTimer.mode(), Timer::Off);
     EXPECT_TRUE(sentSince(rig, mark, 0).empty());
-    EXPECT_EQ(statusLines(rig),
-              QStringList{";STATUS:percent=DONE"});
+    EXPECT_EQ(statusLines(rig), QStringList{";STATUS:percent=DONE"});
 }
 
 TEST(Move, FiftyLevelsOnAAndTenOnBInFiftySeconds) {
@@ -135,9 +136,11 @@ TEST(Move, TooShortTimesAreLengthenedOrRefused) {
     rig->adjustTime.setText(QStringLiteral("10"));
     rig->cmdSequence = {QStringLiteral("X")};
     rig->Adjust.push();
-    EXPECT_EQ(rig.dialogs.messages,
-              QStringList{"Can't adjust - too many steps, or too short a time period. Number of seconds must be "
-                          "more than the number of steps"});
+    EXPECT_EQ(
+        rig.dialogs.messages,
+        QStringList{
+            "Can't adjust - too many steps, or too short a time period. Number of seconds must be "
+            "more than the number of steps"});
     EXPECT_EQ(rig->cmdSequence, QStringList{"X"});  // refused before resetAll
     EXPECT_EQ(rig->moveTimer.mode(), Timer::Off);
 
@@ -147,9 +150,10 @@ TEST(Move, TooShortTimesAreLengthenedOrRefused) {
         bool autoAdjust, refused;
         qint64 period;
     };
-    for (const Case& c : {Case{"20", "20", false, false, 1000}, Case{"30", "30.9", false, false, 1000},
-                          Case{"31", "30.9", false, true, 0}, Case{"31", "30.9", true, false, 1000},
-                          Case{"10", "30.9", false, false, 3000}}) {
+    for (const Case& c :
+         {Case{"20", "20", false, false, 1000}, Case{"30", "30.9", false, false, 1000},
+          Case{"31", "30.9", false, true, 0}, Case{"31", "30.9", true, false, 1000},
+          Case{"10", "30.9", false, false, 3000}}) {
         SCOPED_TRACE(std::string(c.a) + " in " + c.time);
         rig->halt.push();
         rig.dialogs.messages.clear();
@@ -171,7 +175,8 @@ TEST(Move, AdjustToAFavourite) {
     connectSlaveWithPeer(rig);
     rig->_activityToggle_Action();
     rig->adjustSelected.push();
-    EXPECT_EQ(rig.dialogs.messages, QStringList{"Select a favourite setting first, then click Jump"});
+    EXPECT_EQ(rig.dialogs.messages,
+              QStringList{"Select a favourite setting first, then click Jump"});
 
     // Cells 6 and 7 are the targets and the Rise is the time.
     Fav f;
@@ -197,7 +202,6 @@ TEST(Move, AdjustToAFavourite) {
     EXPECT_EQ(rig->moveTimer.mode(), Timer::Off);
     EXPECT_EQ(rig.dialogs.messages.size(), 1);
     EXPECT_EQ(rig->moveSteps, 20);
-    EXPECT_EQ(statusLines(rig),
-              QStringList{";ERROR:1=Too many steps, or time period too short"});
+    EXPECT_EQ(statusLines(rig), QStringList{";ERROR:1=Too many steps, or time period too short"});
     EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Error: Invalid MOVE parameters")));
 }

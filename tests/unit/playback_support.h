@@ -18,7 +18,9 @@ struct Sent {
     bool operator==(const Sent& o) const { return t == o.t && cmd == o.cmd; }
 };
 
-inline void PrintTo(const Sent& s, std::ostream* os) { *os << s.t << ":" << s.cmd.toStdString(); }
+inline void PrintTo(const Sent& s, std::ostream* os) {
+    *os << s.t << ":" << s.cmd.toStdString();
+}
 
 /// Commands written since write `mark`, timed from `t0`; the "V" polls are left out.
 inline std::vector<Sent> sentSince(const Rig& rig, size_t mark, qint64 t0) {
@@ -40,7 +42,8 @@ struct Fav {
     QString name = QStringLiteral("fav");
     QString rise = QStringLiteral("30"), run = QStringLiteral("180"), fall = QStringLiteral("10");
     QString mode = QStringLiteral("Pulse");
-    QString a = QStringLiteral("40"), b = QStringLiteral("20"), c = QStringLiteral("50"), d = QStringLiteral("60");
+    QString a = QStringLiteral("40"), b = QStringLiteral("20"), c = QStringLiteral("50"),
+            d = QStringLiteral("60");
     QString power = QStringLiteral("L");
     bool ticked = true;
 };
@@ -55,7 +58,8 @@ inline int addFav(Rig& rig, const Fav& f) {
 
 /// Lines the peer received on the direct link, without their CR LF.
 inline QStringList peerLines(const Rig& rig) {
-    return QString::fromUtf8(rig.remoteControl.sent).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+    return QString::fromUtf8(rig.remoteControl.sent)
+        .split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
 }
 
 /// The extended lines among them (the relayed status replies left out).

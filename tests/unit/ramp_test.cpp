@@ -39,20 +39,23 @@ TEST(Ramp, TheWorkedCaseCommandByCommand) {
     EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("DONE"));
     rig.advance(3000);  // then the run clock takes the label over
 
+    // clang-format off
     const std::vector<Sent> expected{
         // Power, mode, D, C, B, A: the block leaves reversed, one every 200 ms.
         {200, "L"}, {400, "M0"}, {600, "D60"}, {800, "C50"}, {1000, "B2"}, {1200, "A4"},
         // The rise: a pair each 3 s, B first.
         {3200, "B4"}, {3400, "A8"}, {6200, "B6"}, {6400, "A12"}, {9200, "B8"}, {9400, "A16"},
-        {12200, "B10"}, {12400, "A20"}, {15200, "B12"}, {15400, "A24"}, {18200, "B14"}, {18400, "A28"},
-        {21200, "B16"}, {21400, "A32"}, {24200, "B18"}, {24400, "A36"}, {27200, "B20"}, {27400, "A40"},
+        {12200, "B10"}, {12400, "A20"}, {15200, "B12"}, {15400, "A24"}, {18200, "B14"},
+        {18400, "A28"}, {21200, "B16"}, {21400, "A32"}, {24200, "B18"}, {24400, "A36"},
+        {27200, "B20"}, {27400, "A40"},
         // 180 s of run, then the fall in tenths each second.
         {211200, "B18"}, {211400, "A36"}, {212200, "B16"}, {212400, "A32"}, {213200, "B14"},
         {213400, "A28"}, {214200, "B12"}, {214400, "A24"}, {215200, "B10"}, {215400, "A20"},
-        {216200, "B8"}, {216400, "A16"}, {217200, "B6"}, {217400, "A12"}, {218200, "B4"}, {218400, "A8"},
-        {219200, "B2"}, {219400, "A4"},
+        {216200, "B8"}, {216400, "A16"}, {217200, "B6"}, {217400, "A12"}, {218200, "B4"},
+        {218400, "A8"}, {219200, "B2"}, {219400, "A4"},
         // Zero, and zero again as the single favourite ends.
         {220200, "B0"}, {220400, "A0"}, {220600, "B0"}, {220800, "A0"}};
+    // clang-format on
     EXPECT_EQ(sentSince(rig, mark, t0), expected);
 
     EXPECT_TRUE(rig->seqComplete);
@@ -60,9 +63,10 @@ TEST(Ramp, TheWorkedCaseCommandByCommand) {
     EXPECT_EQ(rig->seqTimer.mode(), Timer::Off);
     EXPECT_EQ(rig->rampDown.mode(), Timer::Off);
     const QStringList log = rig.logLines();
-    for (const char* line : {"Setting to target levels", "Ramp step  1", "Next commands A 8 B4", "Target levels set",
-                             "Commands in buffer : 1", "Reducing levels", "rampstep 0 reached", "Playback done",
-                             "Sequence completed (no more commands)"})
+    for (const char* line :
+         {"Setting to target levels", "Ramp step  1", "Next commands A 8 B4", "Target levels set",
+          "Commands in buffer : 1", "Reducing levels", "rampstep 0 reached", "Playback done",
+          "Sequence completed (no more commands)"})
         EXPECT_TRUE(log.contains(QLatin1String(line))) << line;
 }
 
@@ -78,9 +82,27 @@ TEST(Ramp, TheRiseAndFallRuleAndTheFirstBlock) {
         {true, "60", "10", "5", "0", "Pulse", {"A6", "B1", "C50", "D60", "M0", "L"}, 1, 6000, 10},
         {true, "40", "10", "45", "10", "Pulse", {"A4", "B1", "C50", "D60", "M0", "L"}, 1, 4500, 10},
         {true, "51", "10", "45", "10", "Pulse", {"A5", "B1", "C50", "D60", "M0", "L"}, 1, 6000, 10},
-        {true, "20", "20", "abc", "12", "Bounce", {"A2", "B2", "C50", "D60", "M1", "L"}, 1, 3000, 12},
+        {true,
+         "20",
+         "20",
+         "abc",
+         "12",
+         "Bounce",
+         {"A2", "B2", "C50", "D60", "M1", "L"},
+         1,
+         3000,
+         12},
         // Without the rule: Rise 0 sends the levels whole, 3 starts at seven tenths, 1 counts as 2.
-        {false, "40", "20", "0", "10", "Pulse", {"A40", "B20", "C50", "D60", "M0", "L"}, 9, 1200, 10},
+        {false,
+         "40",
+         "20",
+         "0",
+         "10",
+         "Pulse",
+         {"A40", "B20", "C50", "D60", "M0", "L"},
+         9,
+         1200,
+         10},
         {false, "40", "20", "3", "4", "Pulse", {"A28", "B14", "C50", "D60", "M0", "L"}, 7, 1000, 0},
         {false, "40", "20", "1", "5", "Pulse", {"A32", "B16", "C50", "D60", "M0", "L"}, 8, 1000, 5},
         {false, "40", "25", "12", "7", "pulse", {"A4", "B3", "C50", "D60", "M0", "L"}, 1, 1200, 7},
@@ -140,8 +162,9 @@ TEST(Ramp, StackOrderLetsTheFirstPairOvertakeTheBlockAtRiseTen) {
     rig->playStimFavourite(0, false);
     rig.advance(2500);
     // The tick at 1 s appends above the two level commands still queued, so they go last.
-    const std::vector<Sent> expected{{200, "L"},  {400, "M0"},  {600, "D60"},  {800, "C50"},  {1000, "B4"},
-                                     {1200, "A8"}, {1400, "B2"}, {1600, "A4"}, {2200, "B6"}, {2400, "A12"}};
+    const std::vector<Sent> expected{{200, "L"},   {400, "M0"},  {600, "D60"}, {800, "C50"},
+                                     {1000, "B4"}, {1200, "A8"}, {1400, "B2"}, {1600, "A4"},
+                                     {2200, "B6"}, {2400, "A12"}};
     EXPECT_EQ(sentSince(rig, mark, t0), expected);
 
     // Rise 0: the levels go out whole and the rise takes two ticks of 1200 ms.
@@ -166,8 +189,9 @@ TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
     addFav(rig, {});
     rig->gotoSelected.push();
     rig->playSelected.push();
-    EXPECT_EQ(rig.dialogs.messages, (QStringList{QStringLiteral("Select a favourite setting first, then click Set"),
-                                                 QStringLiteral("Select a favourite setting first, then click Play")}));
+    EXPECT_EQ(rig.dialogs.messages,
+              (QStringList{QStringLiteral("Select a favourite setting first, then click Set"),
+                           QStringLiteral("Select a favourite setting first, then click Play")}));
     rig->favsList.setListIndex(0);
     const size_t mark = rig.serial.writes.size();
     rig->gotoSelected.push();
@@ -183,7 +207,8 @@ TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
 
     // A master whose slave is one of ours hands it the whole go-to, cells as they stand.
     Rig master;
-    master.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("mode=master\nhost=127.0.0.2\n"));
+    master.writePref(QStringLiteral("veltoprefs.ini"),
+                     QStringLiteral("mode=master\nhost=127.0.0.2\n"));
     master.connect();
     master->_activityToggle_Action();
     master.remoteControl.peerConnects();
@@ -199,7 +224,8 @@ TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
     EXPECT_EQ(peerLines(master), QStringList{QStringLiteral(";goto=40,20,50,60,5,0,H")});
     EXPECT_FALSE(master->manualControl);
     EXPECT_EQ(master->rampTimer.mode(), Timer::Off);
-    EXPECT_TRUE(master.logLines().contains(QStringLiteral("Sending remote command ;goto=40,20,50,60,5,0,H")));
+    EXPECT_TRUE(master.logLines().contains(
+        QStringLiteral("Sending remote command ;goto=40,20,50,60,5,0,H")));
 
     // Without the extended language the go-to plays here and its commands go to the slave.
     master.remoteControl.sent.clear();
@@ -268,19 +294,18 @@ TEST(Ramp, HaltOrANewFavouriteDuringAFall) {
     two.advance(2500);
     EXPECT_EQ(two->tickCounter.text(), QStringLiteral("0%"));
     two.advance(3500);
-    EXPECT_EQ(sentSince(two, mark, s0),
-              (std::vector<Sent>{{213700, "L"},
-                                 {213900, "M1"},
-                                 {214100, "B0"},
-                                 {214300, "A0"},
-                                 {214500, "D45"},
-                                 {214700, "C40"},
-                                 {214900, "B3"},
-                                 {215100, "A3"},
-                                 {216700, "B3"},
-                                 {216900, "A3"},
-                                 {219700, "B6"},
-                                 {219900, "A6"}}));
+    EXPECT_EQ(sentSince(two, mark, s0), (std::vector<Sent>{{213700, "L"},
+                                                           {213900, "M1"},
+                                                           {214100, "B0"},
+                                                           {214300, "A0"},
+                                                           {214500, "D45"},
+                                                           {214700, "C40"},
+                                                           {214900, "B3"},
+                                                           {215100, "A3"},
+                                                           {216700, "B3"},
+                                                           {216900, "A3"},
+                                                           {219700, "B6"},
+                                                           {219900, "A6"}}));
 }
 
 TEST(Ramp, LinesToAPeerInBothWordings) {
@@ -297,8 +322,11 @@ TEST(Ramp, LinesToAPeerInBothWordings) {
     rig.advance(20000);
     QStringList expected;
     for (int p = 10; p <= 100; p += 10) expected << QStringLiteral(";STATUS:percent=%1").arg(p);
-    expected << ";STATUS:percent=DONE" << ";STATUS:countdown=1" << ";STATUS:sequence=true"
-             << ";STATUS:countdown=0" << ";STATUS:sequence=false";
+    expected << ";STATUS:percent=DONE"
+             << ";STATUS:countdown=1"
+             << ";STATUS:sequence=true"
+             << ";STATUS:countdown=0"
+             << ";STATUS:sequence=false";
     for (int p = 90; p >= 0; p -= 10) expected << QStringLiteral(";STATUS:percent=%1").arg(p);
     expected << ";STATUS:percent=DONE";
     EXPECT_EQ(statusLines(rig), expected);
@@ -315,8 +343,7 @@ TEST(Ramp, LinesToAPeerInBothWordings) {
     rig.remoteControl.sent.clear();
     rig->randomLoop.push();
     rig.advance(1000);
-    EXPECT_EQ(statusLines(rig),
-              QStringList{";PROGRESS:RISING 10% (loop)"});
+    EXPECT_EQ(statusLines(rig), QStringList{";PROGRESS:RISING 10% (loop)"});
     rig.advance(9000);
     rig.advance(2000 + 500);
     const QStringList lines = statusLines(rig);
@@ -328,8 +355,7 @@ TEST(Ramp, LinesToAPeerInBothWordings) {
     rig.remoteControl.sent.clear();
     rig->randomStart.push();
     rig.advance(1000);
-    EXPECT_EQ(statusLines(rig),
-              QStringList{";PROGRESS:RISING 10% (random)"});
+    EXPECT_EQ(statusLines(rig), QStringList{";PROGRESS:RISING 10% (random)"});
     rig->halt.push();
     rig.remoteControl.sent.clear();
     rig->playStimFavourite(0, false);  // playing by hand is neither random nor loop

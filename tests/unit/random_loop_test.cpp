@@ -208,7 +208,7 @@ TEST(Random, TheTimeLimitEndsTheRunWhenAFallEnds) {
     addFav(rig, quick("Pulse"));
     rig->randomLoop.push();
     EXPECT_EQ(rig.logLines(), QStringList{"Random: starting loop"});  // with the log closed too
-    EXPECT_EQ(rig->loopTimer.mode(), Timer::Off);                    // no limit unless ticked
+    EXPECT_EQ(rig->loopTimer.mode(), Timer::Off);                     // no limit unless ticked
     rig->loopRuntime.setText(QStringLiteral("0"));
     rig->loopTimeout.setValue(true);
     rig->randomLoop.push();
@@ -235,8 +235,8 @@ TEST(Random, TheTimeLimitEndsTheRunWhenAFallEnds) {
     EXPECT_EQ(rig->randMode.text(), QStringLiteral("Random"));
     EXPECT_EQ(rig->randomTimer.mode(), Timer::Off);
     const QStringList log = rig.logLines();
-    for (const char* line : {"Random: looping for 0.5 minutes", "Random: run time reached; stopping soon",
-                             "Random: loop finished"})
+    for (const char* line : {"Random: looping for 0.5 minutes",
+                             "Random: run time reached; stopping soon", "Random: loop finished"})
         EXPECT_TRUE(log.contains(QLatin1String(line))) << line;
 }
 
@@ -293,10 +293,12 @@ TEST(Random, StopPushesTheStopOfPlayback) {
 TEST(Random, SettingsFileReadAtStartUpAndSaved) {
     Rig rig;
     rig->minDelay.setText(QStringLiteral("kept"));
-    rig.writePref(QStringLiteral("veltorandom.ini"),
-                  QStringLiteral("DelayFirst=TRUE\ndelayvalue=2.5\ndelaybetween=yes\ndelaymax=9\n"
-                                 "randomrun=true\nrunmin=10\nrunmax=20=x\nrandompower=false\nlooppower=true\n"
-                                 "loopboosta=2.5\nloopboostb=1\nlooptimeout=true\nloopruntime=45\nother=1\n\n"));
+    rig.writePref(
+        QStringLiteral("veltorandom.ini"),
+        QStringLiteral(
+            "DelayFirst=TRUE\ndelayvalue=2.5\ndelaybetween=yes\ndelaymax=9\n"
+            "randomrun=true\nrunmin=10\nrunmax=20=x\nrandompower=false\nlooppower=true\n"
+            "loopboosta=2.5\nloopboostb=1\nlooptimeout=true\nloopruntime=45\nother=1\n\n"));
     rig.open();
     EXPECT_TRUE(rig->delayFirst.value());
     EXPECT_EQ(rig->firstDelay.text(), QStringLiteral("2.5"));
@@ -326,10 +328,11 @@ TEST(Random, SettingsFileReadAtStartUpAndSaved) {
     QFile saved(rig.prefPath(QStringLiteral("veltorandom.ini")));
     ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
     const QByteArray text = saved.readAll();
-    EXPECT_EQ(text, QByteArray("delayfirst=false\ndelayvalue=2.5\ndelaybetween=false\ndelaymin=a=b\n"
-                               "delaymax=9\nrandomrun=true\nrunmin=10\nrunmax=20\nrandompower=false\n"
-                               "looppower=true\nloopboosta=2.5\nloopboostb=1\nlooptimeout=true\n"
-                               "loopruntime=45\n"));
+    EXPECT_EQ(text,
+              QByteArray("delayfirst=false\ndelayvalue=2.5\ndelaybetween=false\ndelaymin=a=b\n"
+                         "delaymax=9\nrandomrun=true\nrunmin=10\nrunmax=20\nrandompower=false\n"
+                         "looppower=true\nloopboosta=2.5\nloopboostb=1\nlooptimeout=true\n"
+                         "loopruntime=45\n"));
 
     // What one copy saves, the next one reads back, but for a field holding "=".
     Rig next;

@@ -71,7 +71,8 @@ TEST(Sequence, TickedRowsPlayTopToBottomWithADipToZeroBetween) {
     EXPECT_EQ(std::vector<Sent>(sent.end() - 4, sent.end()),
               (std::vector<Sent>{{78200, "B0"}, {78400, "A0"}, {78600, "B0"}, {78800, "A0"}}));
     EXPECT_EQ(rig->randMode.text(), QStringLiteral("Sequence"));  // kept until a resetAll
-    EXPECT_EQ(rig.logLines().filter(QStringLiteral("Sequence completed (no more commands)")).size(), 1);
+    EXPECT_EQ(rig.logLines().filter(QStringLiteral("Sequence completed (no more commands)")).size(),
+              1);
 
     // Order comes from the rows, and the ticks travel with them.
     rig->favsList.moveRow(4, 0);
@@ -82,7 +83,8 @@ TEST(Sequence, TickedRowsPlayTopToBottomWithADipToZeroBetween) {
 
     // Unticked everywhere: nothing plays and randMode is cleared at once.
     rig->seqAllOff();
-    for (int row = 0; row < rig->favsList.listCount(); ++row) EXPECT_FALSE(rig->favsList.cellCheck(row, 4));
+    for (int row = 0; row < rig->favsList.listCount(); ++row)
+        EXPECT_FALSE(rig->favsList.cellCheck(row, 4));
     mark = rig.serial.writes.size();
     rig->createSequence.push();
     rig.advance(5000);
