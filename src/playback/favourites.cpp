@@ -19,7 +19,9 @@ namespace {
 
 const QString kRemoteTag = QStringLiteral("remote");
 
-QString favsFilter() { return QStringLiteral("Velto Favourites (*.qvf)"); }
+QString favsFilter() {
+    return QStringLiteral("Velto Favourites (*.qvf)");
+}
 
 /// Rise time of a new favourite: longer for strong settings.
 QString riseFor(double levelA, double levelB) {
@@ -54,11 +56,12 @@ void spinDown(TextField& field) {
 }  // namespace
 
 QStringList MainApp::modeTable(bool byFirmware) const {
-    QStringList table{QStringLiteral("Pulse"), QStringLiteral("Bounce"), QStringLiteral("Continuous"),
-                      QStringLiteral("Asplit"), QStringLiteral("Bsplit"), QStringLiteral("Wave"),
-                      QStringLiteral("Waterfall"), QStringLiteral("Squeeze"), QStringLiteral("Milk"),
-                      QStringLiteral("Throb"), QStringLiteral("Thrust"), QStringLiteral("Random"),
-                      QStringLiteral("Step"), QStringLiteral("Training")};
+    QStringList table{
+        QStringLiteral("Pulse"),     QStringLiteral("Bounce"),  QStringLiteral("Continuous"),
+        QStringLiteral("Asplit"),    QStringLiteral("Bsplit"),  QStringLiteral("Wave"),
+        QStringLiteral("Waterfall"), QStringLiteral("Squeeze"), QStringLiteral("Milk"),
+        QStringLiteral("Throb"),     QStringLiteral("Thrust"),  QStringLiteral("Random"),
+        QStringLiteral("Step"),      QStringLiteral("Training")};
     if (byFirmware && firmwareVersion >= 2119) table.insert(3, QStringLiteral("Intense"));
     return table;
 }
@@ -88,7 +91,8 @@ void MainApp::favsList_Open() {
     favsList.setColumnWidths(QStringLiteral("6*,1*,1*,1*,1*,0,0,0,0,0,0"));
     favsList.setHeadings({QStringLiteral("Name"), QStringLiteral("Rise"), QStringLiteral("Run"),
                           QStringLiteral("Fall"), QStringLiteral("Seq")});
-    for (int column = 0; column <= 3; ++column) favsList.setColumnType(column, Listbox::TypeEditable);
+    for (int column = 0; column <= 3; ++column)
+        favsList.setColumnType(column, Listbox::TypeEditable);
     favsList.setColumnType(4, Listbox::TypeCheckbox);
     favsList.setDragReorder(true);
 }
@@ -135,8 +139,8 @@ void MainApp::createNewFav_Action() {
     const QStringList table = modeTable(true);
     const QString mode = at(table, selectMode.listIndex());
     const QString dash = QStringLiteral("-");
-    const QString name = mode + dash + newA.text() + dash + newB.text() + dash + newC.text() + dash +
-                         newD.text();
+    const QString name =
+        mode + dash + newA.text() + dash + newB.text() + dash + newC.text() + dash + newD.text();
 
     const int row = favsList.addRow({name, riseFor(Val(newA.text()), Val(newB.text())),
                                      QStringLiteral("180"), QStringLiteral("10")});
@@ -146,7 +150,8 @@ void MainApp::createNewFav_Action() {
     favsList.setCell(row, 7, newB.text());
     favsList.setCell(row, 8, newC.text());
     favsList.setCell(row, 9, newD.text());
-    favsList.setCell(row, 10, newPower.listIndex() != 0 ? QStringLiteral("H") : QStringLiteral("L"));
+    favsList.setCell(row, 10,
+                     newPower.listIndex() != 0 ? QStringLiteral("H") : QStringLiteral("L"));
 }
 
 void MainApp::deleteSelected_Action() {
@@ -159,14 +164,30 @@ void MainApp::deleteSelected_Action() {
     }
 }
 
-void MainApp::spinnerA_Up() { spinUp(newA); }
-void MainApp::spinnerA_Down() { spinDown(newA); }
-void MainApp::spinnerB_Up() { spinUp(newB); }
-void MainApp::spinnerB_Down() { spinDown(newB); }
-void MainApp::spinnerC_Up() { spinUp(newC); }
-void MainApp::spinnerC_Down() { spinDown(newC); }
-void MainApp::spinnerD_Up() { spinUp(newD); }
-void MainApp::spinnerD_Down() { spinDown(newD); }
+void MainApp::spinnerA_Up() {
+    spinUp(newA);
+}
+void MainApp::spinnerA_Down() {
+    spinDown(newA);
+}
+void MainApp::spinnerB_Up() {
+    spinUp(newB);
+}
+void MainApp::spinnerB_Down() {
+    spinDown(newB);
+}
+void MainApp::spinnerC_Up() {
+    spinUp(newC);
+}
+void MainApp::spinnerC_Down() {
+    spinDown(newC);
+}
+void MainApp::spinnerD_Up() {
+    spinUp(newD);
+}
+void MainApp::spinnerD_Down() {
+    spinDown(newD);
+}
 
 void MainApp::readFavourites(const QString& path) {
     QFile file(path);
@@ -208,22 +229,29 @@ void MainApp::saveFavourites() {
         if (!same(favsList.rowTag(row).toString(), kRemoteTag)) {
             QStringList cells;
             for (int column = 0; column < 11; ++column)
-                cells.append(column == 4 ? Str(qint64(favsList.cellState(row, 4))) : favsList.cell(row, column));
+                cells.append(column == 4 ? Str(qint64(favsList.cellState(row, 4)))
+                                         : favsList.cell(row, column));
             out << cells.join(QLatin1Char(',')) << '\n';
         }
         p_.clock.yield();
         ++row;
     } while (row != favsList.listCount());
 
+    // QSaveFile misses an error that only shows when its own buffer is flushed at commit, and
+    // would put a cut-short file in place: flush and check first. On failure the temporary
+    // file goes with `file`, and nothing is reported.
     out.flush();
-    file.commit();  // a failed write or rename is not reported
+    if (out.status() != QTextStream::Ok || !file.flush() || file.error() != QFileDevice::NoError)
+        return;
+    file.commit();  // a failed rename is not reported either
 }
 
 bool MainApp::_openFavs_Action() {
     const Preferences& prefs = p_.preferences;
-    const std::optional<QString> chosen = p_.dialogs.openFile(
-        {QStringLiteral("Load favourites file"), QStringLiteral("Select a favourites file (.qvf) to load"),
-         prefs.folder().value_or(QString()), QString(), favsFilter()});
+    const std::optional<QString> chosen =
+        p_.dialogs.openFile({QStringLiteral("Load favourites file"),
+                             QStringLiteral("Select a favourites file (.qvf) to load"),
+                             prefs.folder().value_or(QString()), QString(), favsFilter()});
     if (!chosen) return true;
     const QFileInfo info(*chosen);
     if (info.isFile()) {
