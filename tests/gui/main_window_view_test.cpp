@@ -1,0 +1,131 @@
+// A smoke test of the main window on the offscreen platform: the widgets follow the models,
+// the user's actions reach the handlers, and the window keeps no state of its own.
+
+#include <gtest/gtest.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSlider>
+#include <QTabWidget>
+#include <QTableView>
+#include <QTest>
+
+#include "gui/main_window_view.h"
+#include "support/rig.h"
+
+using namespace velto;
+
+namespace {
+template <class W>
+W* find(QWidget& window, const QString& name) {
+    W* w = window.findChild<W*>(name);
+    EXPECT_NE(w, nullptr) << name.toStdString();
+    return w;
+}
+}  // namespace
+
+TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
+    Rig rig;
+    rig.connect();
+    auto view = std::make_unique<MainWindowView>(*rig);
+    view->show();
+    EXPECT_EQ(view->windowTitle(), QStringLiteral("Velto Control/Server for OS X"));
+    EXPECT_EQ(view->size(), QSize(896, 557));
+
+    // The box moves: the reply moves the slider widget and its read-out.
+    rig.box().setLevelA(42);
+    rig.advance(2500);
+    auto* sliderA = find<QSlider>(*view, QStringLiteral("channelA"));
+    EXPECT_EQ(sliderA->value(), 42);
+    EXPECT_EQ(find<QLabel>(*view, QStringLiteral("settingA"))->text(), QStringLiteral("42"));
+    EXPECT_FALSE(sliderA->hasTracking());  // one command per move, on release
+
+    // The user moves a slider and presses buttons: the handlers send the commands.
+    size_t mark = rig.serial.writes.size();
+    find<QSlider>(*view, QStringLiteral("channelB"))->setValue(17);
+    find<QPushButton>(*view, QStringLiteral("Reset"))->click();
+    find<QComboBox>(*view, QStringLiteral("ModeControl"))->activated(5);
+    QStringList sent = rig.commandsSince(mark);
+    sent.removeAll(QStringLiteral("V"));
+    EXPECT_EQ(sent, (QStringList{QStringLiteral("B17"), QStringLiteral("E"), QStringLiteral("M5")}));
+    rig.advance(100);
+    EXPECT_EQ(find<QLabel>(*view, QStringLiteral("cLabel"))->text(), QStringLiteral("Rate change"));  // Wave
+
+    // Power buttons are one group, decided by the models.
+    auto* high = find<QRadioButton>(*view, QStringLiteral("powerHi"));
+    high->click();
+    EXPECT_TRUE(rig->powerHi.value());
+    EXPECT_FALSE(rig->powerLo.value());
+    EXPECT_FALSE(find<QRadioButton>(*view, QStringLiteral("powerLo"))->isChecked());
+    EXPECT_FALSE(find<QRadioButton>(*view, QStringLiteral("powerDynamic"))->isEnabled());
+
+    // Tabs, the favourites list and its buttons.
+    auto* tabs = find<QTabWidget>(*view, QStringLiteral("FavRand"));
+    for (int tab : {2, 1, 0}) {
+        tabs->setCurrentIndex(tab);
+        EXPECT_EQ(rig->FavRand.value(), tab);
+    }
+    find<QPushButton>(*view, QStringLiteral("saveCurrent"))->click();
+    auto* table = find<QTableView>(*view, QStringLiteral("favsList"));
+    ASSERT_EQ(table->model()->rowCount(), 1);
+    EXPECT_EQ(table->model()->index(0, 0).data().toString(), rig->favsList.cell(0, 0));
+    EXPECT_TRUE(table->isColumnHidden(5));
+    EXPECT_FALSE(table->isColumnHidden(4));
+    table->selectRow(0);
+    EXPECT_EQ(rig->favsList.listIndex(), 0);
+    EXPECT_FALSE(rig->favInfo.text().isEmpty());
+    EXPECT_EQ(find<QLabel>(*view, QStringLiteral("favInfo"))->text(), rig->favInfo.text());
+    // An edit in the table is an edit of the list.
+    table->model()->setData(table->model()->index(0, 0), QStringLiteral("Renamed"), Qt::EditRole);
+    EXPECT_EQ(rig->favsList.cell(0, 0), QStringLiteral("Renamed"));
+
+    // Text fields and check boxes of the Random tab write their models.
+    auto* minDelay = find<QLineEdit>(*view, QStringLiteral("minDelay"));
+    QTest::keyClicks(minDelay, QStringLiteral("12"));
+    EXPECT_EQ(rig->minDelay.text(), QStringLiteral("12"));
+    find<QCheckBox>(*view, QStringLiteral("delayBetween"))->click();
+    EXPECT_TRUE(rig->delayBetween.value());
+
+    // Menus: the Activity item shows the log window.
+    auto* activity = view->findChild<QAction*>(QStringLiteral("activityToggle"));
+    ASSERT_NE(activity, nullptr);
+    EXPECT_EQ(activity->shortcut(), QKeySequence(QStringLiteral("Ctrl+0")));
+    activity->trigger();
+    EXPECT_TRUE(rig->serverLogging);
+    auto* logWindow = view->findChild<QWidget*>(QStringLiteral("activityLog"));
+    ASSERT_NE(logWindow, nullptr);
+    EXPECT_TRUE(logWindow->isVisible());
+    rig->resetAll();
+    EXPECT_TRUE(logWindow->findChild<QPlainTextEdit*>(QStringLiteral("log"))->toPlainText().contains(
+        QStringLiteral("Mode change: timers reset")));
+    logWindow->close();  // the user's close ends logging
+    EXPECT_FALSE(rig->serverLogging);
+
+    // Keys reach the window's handler.
+    mark = rig.serial.writes.size();
+    const QString next = QStringLiteral("A") + QString::number(rig->channelA.value() + 1);
+    QTest::keyClick(view.get(), Qt::Key_Plus, Qt::NoModifier);
+    sent = rig.commandsSince(mark);
+    EXPECT_TRUE(sent.contains(next)) << sent.join(QLatin1Char(' ')).toStdString();
+
+    // The window holds nothing of its own: a new one shows the same state.
+    rig.advance(100);
+    view.reset();
+    MainWindowView again(*rig);
+    again.show();
+    EXPECT_EQ(find<QTabWidget>(again, QStringLiteral("FavRand"))->currentIndex(), 0);
+    EXPECT_EQ(find<QLineEdit>(again, QStringLiteral("minDelay"))->text(), QStringLiteral("12"));
+    EXPECT_TRUE(find<QCheckBox>(again, QStringLiteral("delayBetween"))->isChecked());
+    EXPECT_EQ(find<QSlider>(again, QStringLiteral("channelA"))->value(), rig->channelA.value());
+    auto* table2 = find<QTableView>(again, QStringLiteral("favsList"));
+    EXPECT_EQ(table2->model()->index(0, 0).data().toString(), QStringLiteral("Renamed"));
+    EXPECT_TRUE(table2->selectionModel()->isRowSelected(0, {}));
+    EXPECT_TRUE(rig.boundary.reports().isEmpty());
+}
