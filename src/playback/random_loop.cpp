@@ -193,7 +193,9 @@ void MainApp::saveRandom() {
                                                      {"loopruntime", loopRuntime.text()}};
     QByteArray out;
     for (const auto& [key, value] : lines) out += QByteArray(key) + '=' + value.toUtf8() + '\n';
-    if (file.write(out) != out.size()) {
+    // QSaveFile misses an error that only shows when its buffer is flushed at commit, and would
+    // put a cut-short file in place: flush and check first.
+    if (file.write(out) != out.size() || !file.flush() || file.error() != QFileDevice::NoError) {
         file.cancelWriting();
         return;
     }
