@@ -237,6 +237,8 @@ public:
     static QString checkboxToText(const CheckBox& box);
 
 private:
+    /// Queues the pair of levels for the present step of a rise or fall.
+    void queueRampStep();
     /// The ";PROGRESS:" or ";STATUS:" lines of a rise or fall step, when a peer listens.
     void reportRampStep(const char* direction);
     /// What follows a fall that reached zero outside a random run: the next row or the end.

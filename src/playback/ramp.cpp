@@ -205,6 +205,15 @@ void MainApp::reportRampStep(const char* direction) {
     }
 }
 
+void MainApp::queueRampStep() {
+    const QString a = tenth(targetA, rampStep);
+    const QString b = tenth(targetB, rampStep);
+    cmdSequence.append(QStringLiteral("A") + a);
+    cmdSequence.append(QStringLiteral("B") + b);
+    seqTimer.setMode(Timer::Multiple);
+    logIf(QStringLiteral("Next commands A ") + a + QStringLiteral(" B") + b);
+}
+
 void MainApp::rampTimer_Action() {
     tickCounter.setText(Str(rampStep * 10) + QLatin1Char('%'));
     logIf(QStringLiteral("Ramp step  ") + Str(rampStep));
@@ -212,12 +221,7 @@ void MainApp::rampTimer_Action() {
     ++rampStep;
 
     if (rampStep != 11) {
-        const QString a = tenth(targetA, rampStep);
-        const QString b = tenth(targetB, rampStep);
-        cmdSequence.append(QStringLiteral("A") + a);
-        cmdSequence.append(QStringLiteral("B") + b);
-        seqTimer.setMode(Timer::Multiple);
-        logIf(QStringLiteral("Next commands A ") + a + QStringLiteral(" B") + b);
+        queueRampStep();
         return;
     }
 
@@ -285,12 +289,7 @@ void MainApp::rampDown_Action() {
     reportRampStep("FALLING");
 
     if (rampStep != 0) {
-        const QString a = tenth(targetA, rampStep);
-        const QString b = tenth(targetB, rampStep);
-        cmdSequence.append(QStringLiteral("A") + a);
-        cmdSequence.append(QStringLiteral("B") + b);
-        seqTimer.setMode(Timer::Multiple);
-        logIf(QStringLiteral("Next commands A ") + a + QStringLiteral(" B") + b);
+        queueRampStep();
         return;
     }
 
