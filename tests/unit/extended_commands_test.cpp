@@ -2,44 +2,15 @@
 
 #include <gtest/gtest.h>
 
-#include <QRegularExpression>
-
-#include "support/rig.h"
+#include "support/slave_rig.h"
 
 using namespace velto;
 
 namespace {
 
-struct Slave : Rig {
-    Slave() {
-        writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("mode=slave\n"));
-        connect();
-        remoteControl.peerConnects(QStringLiteral("127.0.0.7"));
-        advance(1);
-        remoteControl.sent.clear();
-    }
-    void send(const QByteArray& line, qint64 settle = 1) {
-        remoteControl.peerSends(line);
-        advance(settle);
-    }
-    QStringList peerLines() const {
-        QStringList out = QString::fromUtf8(remoteControl.sent).split(QStringLiteral("\r\n"));
-        out.removeAll(QString());
-        return out;
-    }
-    QStringList extendedLines() const { return peerLines().filter(QRegularExpression(QStringLiteral("^;"))); }
-    QStringList deviceCommands(size_t mark) const {
-        QStringList out = commandsSince(mark);
-        out.removeAll(QStringLiteral("V"));
-        return out;
-    }
-    void addFavourite(const QString& name) {
-        const int row = app->favsList.addRow({name, QStringLiteral("30"), QStringLiteral("180"), QStringLiteral("10")});
-        app->favsList.setCellCheck(row, 4, true);
-        const QStringList rest = {QStringLiteral("Pulse"), QStringLiteral("40"), QStringLiteral("20"),
-                                  QStringLiteral("50"), QStringLiteral("60"), QStringLiteral("L")};
-        for (int c = 5; c <= 10; ++c) app->favsList.setCell(row, c, rest[c - 5]);
-    }
+/// The greeting is cleared away: what the peer sees starts with the answers.
+struct Slave : SlaveRig {
+    Slave() { remoteControl.sent.clear(); }
 };
 
 }  // namespace

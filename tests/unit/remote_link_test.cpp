@@ -3,34 +3,15 @@
 
 #include <gtest/gtest.h>
 
-#include "support/rig.h"
+#include "support/slave_rig.h"
 
 using namespace velto;
 
 namespace {
 
-/// A slave that has pressed Connect, with a peer on the line.
-struct Slave : Rig {
-    explicit Slave(const QString& extra = {}) {
-        writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("mode=slave\ntimeout=10\n") + extra);
-        connect();
-        remoteControl.peerConnects(QStringLiteral("127.0.0.7"));
-        advance(1);
-    }
-    void send(const QByteArray& line, qint64 settle = 50) {
-        remoteControl.peerSends(line);
-        advance(settle);
-    }
-    QStringList peerLines() const {
-        QStringList out = QString::fromUtf8(remoteControl.sent).split(QStringLiteral("\r\n"));
-        out.removeAll(QString());
-        return out;
-    }
-    QStringList deviceCommands(size_t mark) const {
-        QStringList out = commandsSince(mark);
-        out.removeAll(QStringLiteral("V"));
-        return out;
-    }
+/// Lines settle for 50 ms (the box's reply included); the idle time-out is 10 seconds.
+struct Slave : SlaveRig {
+    explicit Slave(const QString& extra = {}) : SlaveRig(QStringLiteral("timeout=10\n") + extra, 50) {}
 };
 
 }  // namespace
