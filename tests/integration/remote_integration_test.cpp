@@ -108,7 +108,8 @@ TEST(RemoteIntegration, AMasterDrivesASlavesBoxAndMirrorsIt) {
     master->Connect.push();
     ASSERT_TRUE(waitFor([&] { return master->advancedRemote && master->favsList.listCount() == 1; }))
         << master->activityLog.log.text().toStdString() << "\n---\n" << slave->activityLog.log.text().toStdString()
-        << master->lastCmd.text().toStdString();
+        << "master lastCmd [" << master->lastCmd.text().toStdString() << "] connected "
+        << master.remoteControl.isConnected() << " slave connected " << slave.remoteControl.isConnected();
     EXPECT_EQ(master->favsList.cell(0, 0), QStringLiteral("SLOW WAVE"));
     EXPECT_TRUE(master->favsList.cellItalic(0, 0));
     EXPECT_EQ(slave->hostInfo.text(), QStringLiteral("Connection from 127.0.0.1"));

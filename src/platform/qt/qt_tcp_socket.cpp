@@ -61,7 +61,9 @@ void QtTcpSocket::adopt(QTcpSocket* peer) {
 }
 
 void QtTcpSocket::connect() {
-    disconnect();
+    dropPeer();
+    if (server_) server_->close();
+    closing_ = false;
     auto* peer = new QTcpSocket;
     adopt(peer);
     QObject::connect(peer, &QTcpSocket::connected, peer, [this] {
@@ -72,38 +74,60 @@ void QtTcpSocket::connect() {
 
 void QtTcpSocket::listen() {
     dropPeer();
+    closing_ = false;
     if (!server_) {
         server_ = new QTcpServer;
-        QObject::connect(server_, &QTcpServer::newConnection, server_, [this] {
-            while (QTcpSocket* incoming = server_->nextPendingConnection()) {
-                if (peer_) {  // one peer at a time
-                    incoming->abort();
-                    incoming->deleteLater();
-                    continue;
-                }
-                adopt(incoming);
-                server_->close();
-                if (onConnected) onConnected();
-                if (incoming->bytesAvailable() > 0 && onDataAvailable) onDataAvailable();
-            }
-        });
+        QObject::connect(server_, &QTcpServer::newConnection, server_, [this] { takeNextPeer(); });
     }
-    server_->close();
-    if (!server_->listen(listenAddress_, static_cast<quint16>(port)))
-        raiseError(server_->serverError() == QAbstractSocket::AddressInUseError ? AddressInUseError
-                                                                                 : InvalidPortError);
+    if (!server_->isListening() || server_->serverPort() != static_cast<quint16>(port) || port == 0) {
+        server_->close();
+        if (!server_->listen(listenAddress_, static_cast<quint16>(port))) {
+            raiseError(server_->serverError() == QAbstractSocket::AddressInUseError ? AddressInUseError
+                                                                                     : InvalidPortError);
+            return;
+        }
+    }
+    // The listener stays open: a client that comes while a peer is on the line waits in the
+    // backlog until this peer is done, instead of being refused.
+    server_->resumeAccepting();
+    if (server_->hasPendingConnections())
+        QTimer::singleShot(0, server_, [this] { takeNextPeer(); });
+}
+
+void QtTcpSocket::takeNextPeer() {
+    if (peer_ || !server_) return;
+    while (QTcpSocket* incoming = server_->nextPendingConnection()) {
+        if (incoming->state() != QAbstractSocket::ConnectedState) {  // gave up while waiting
+            incoming->deleteLater();
+            continue;
+        }
+        server_->pauseAccepting();
+        adopt(incoming);
+        if (onConnected) onConnected();
+        if (peer_ == incoming && incoming->bytesAvailable() > 0 && onDataAvailable) onDataAvailable();
+        return;
+    }
 }
 
 void QtTcpSocket::disconnect() {
     dropPeer();
-    if (server_) server_->close();
+    if (!server_ || !server_->isListening()) return;
+    // A Disconnect followed at once by a Listen (the end of an HTTP exchange) keeps the port
+    // open, so the clients already waiting in its backlog are served, not reset.
+    server_->pauseAccepting();
+    closing_ = true;
+    QTimer::singleShot(0, server_, [this] {
+        if (!closing_) return;
+        closing_ = false;
+        server_->close();
+    });
 }
 
 bool QtTcpSocket::isConnected() const {
     return peer_ && peer_->state() == QAbstractSocket::ConnectedState;
 }
 
-bool QtTcpSocket::isListening() const { return server_ && server_->isListening(); }
+bool QtTcpSocket::isListening() const { return !peer_ && !closing_ && server_ && server_->isListening(); }
 
 namespace {
 // Peers on a dual-stack listener show as "::ffff:a.b.c.d"; the protocol speaks IPv4.

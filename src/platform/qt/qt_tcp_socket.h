@@ -1,7 +1,7 @@
 #pragma once
 // The framework's TCP socket on Qt: one object that listens for a single peer or connects to
-// one. Once a peer is taken the listener closes, so no second client is served while it is on
-// the line; a lost connection raises Error with LostConnection.
+// one. While a peer is on the line no second client is served (it waits); a lost connection
+// raises Error with LostConnection.
 
 #include <QHostAddress>
 #include <QPointer>
@@ -38,6 +38,8 @@ public:
 
 private:
     void adopt(QTcpSocket* peer);
+    /// Takes the next waiting client, if no peer is on the line.
+    void takeNextPeer();
     void dropPeer();
     void raiseError(int code);
 
@@ -45,6 +47,8 @@ private:
     QTcpServer* server_ = nullptr;
     QPointer<QTcpSocket> peer_;
     int lastError_ = 0;
+    /// A Disconnect's close of the listener, due unless a Listen comes first.
+    bool closing_ = false;
 };
 
 }  // namespace velto
