@@ -40,6 +40,11 @@ struct CommandCase {
     const char* status;
 };
 
+// A readable, stable name for each case in test listings: "2.106 A55|B7|C0|D99".
+void PrintTo(const CommandCase& c, std::ostream* os) {
+    *os << c.firmware << ' ' << QString::fromLatin1(c.commands).replace(QLatin1Char('\r'), QLatin1Char('|')).toStdString();
+}
+
 class Sim2BCommands : public testing::TestWithParam<CommandCase> {};
 
 TEST_P(Sim2BCommands, ChangeTheStateAsTheBoxDoes) {
