@@ -1,11 +1,18 @@
 // The program: picks the adapters (a window, or none), builds MainApp, runs its start-up and
 // the event loop. SIGINT and SIGTERM end it cleanly with status 0.
+//
+// Two executables are built from this file. `velto` carries no widgets, so a headless box
+// server starts without loading the whole GUI stack; asked for a window, it hands over to
+// `velto-window` beside it, which is the same program with the widgets linked in.
 
 #include <QCoreApplication>
 #include <QSocketNotifier>
 #include <QTimer>
 #include <csignal>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <filesystem>
 #include <memory>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -35,15 +42,10 @@ void onSignal(int) {
     [[maybe_unused]] const auto n = ::write(signalPipe[1], &byte, 1);
 }
 
-// Signals become an event on the loop, where quitting is safe.
-void quitOnSignals(QCoreApplication& app) {
-    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalPipe) != 0) return;
-    auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, &app);
-    QObject::connect(notifier, &QSocketNotifier::activated, &app, [&app] {
-        char byte;
-        [[maybe_unused]] const auto n = ::read(signalPipe[0], &byte, 1);
-        app.quit();
-    });
+// Signals become an event on the loop, where quitting is safe. They are caught from the first
+// line of main; one that comes before the loop runs waits in the pipe and ends it at once.
+void catchSignals() {
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) != 0) return;
     struct sigaction action = {};
     action.sa_handler = onSignal;
     sigemptyset(&action.sa_mask);
@@ -52,15 +54,40 @@ void quitOnSignals(QCoreApplication& app) {
     sigaction(SIGTERM, &action, nullptr);
 }
 
+void quitOnSignals(QCoreApplication& app) {
+    if (signalPipe[0] < 0) return;
+    auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, &app);
+    QObject::connect(notifier, &QSocketNotifier::activated, &app, [&app] {
+        char byte;
+        [[maybe_unused]] const auto n = ::read(signalPipe[0], &byte, 1);
+        app.quit();
+    });
+}
+
 void print(std::FILE* out, const QString& text) {
     std::fputs(text.toUtf8().constData(), out);
     std::fputc('\n', out);
     std::fflush(out);
 }
 
+#if defined(VELTO_WINDOW_PROGRAM)
+// Replaces this process by the windowed program beside it, with the same arguments.
+[[noreturn]] void runWindowProgram(char** argv) {
+    std::error_code error;
+    std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error) self = std::filesystem::absolute(argv[0], error);
+    const std::string window = (self.parent_path() / VELTO_WINDOW_PROGRAM).string();
+    ::execv(window.c_str(), argv);
+    std::fprintf(stderr, "velto: can't start %s for the window (%s); --headless runs without one\n",
+                 window.c_str(), std::strerror(errno));
+    std::exit(2);
+}
+#endif
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    catchSignals();
     QStringList arguments;
     for (int i = 0; i < argc; ++i) arguments.append(QString::fromLocal8Bit(argv[i]));
     const velto::CommandLine cl = velto::CommandLine::parse(arguments);
@@ -77,6 +104,10 @@ int main(int argc, char** argv) {
         return 0;
     }
 
+#if defined(VELTO_WINDOW_PROGRAM)
+    if (!cl.headless) runWindowProgram(argv);
+#endif
+
     std::unique_ptr<QCoreApplication> app;
 #ifdef VELTO_WITH_GUI
     const bool windowed = !cl.headless;
@@ -88,6 +119,7 @@ int main(int argc, char** argv) {
     const bool windowed = false;
     app = std::make_unique<QCoreApplication>(argc, argv);
 #endif
+    quitOnSignals(*app);
     QCoreApplication::setApplicationName(QStringLiteral("velto"));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(velto::MainApp::kVersion));
 
@@ -136,6 +168,5 @@ int main(int argc, char** argv) {
     if (cl.logSerial) mainApp.activityLog.logSerial.setValue(true);
     if (cl.connect) QTimer::singleShot(0, app.get(), [&] { mainApp.Connect.push(); });
 
-    quitOnSignals(*app);
     return app->exec();
 }

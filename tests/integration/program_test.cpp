@@ -101,7 +101,9 @@ TEST(Program, ConnectWakesTheLineAndTheFirstPollComesBackDecoded) {
         EXPECT_EQ(app.firmwareLabel.text(), QStringLiteral("Firmware ") + firmware);
 
         // The first poll, 2.5 s on, comes back too; on 2.119 it does only if the port reopened fast.
-        ASSERT_TRUE(runUntil([&] { return replies() >= 2; }, 4000)) << app.activityLog.log.text().toStdString();
+        ASSERT_TRUE(runUntil([&] { return replies() >= 2; }, 8000))
+            << app.activityLog.log.text().toStdString() << "port open " << serial.isOpen() << " at "
+            << serial.baudRate() << "; box took " << sim.commands().join(QLatin1Char(' ')).toStdString();
         EXPECT_EQ(sim.commands().last(), QStringLiteral("V"));
         EXPECT_EQ(app.highSpeedEnabled, firmware == QLatin1String("2.119"));
         if (app.highSpeedEnabled) {
@@ -161,4 +163,38 @@ TEST(Program, HeadlessLogsToStandardOutputAndEndsCleanlyOnASignal) {
     ::kill(static_cast<pid_t>(lost.processId()), SIGINT);
     ASSERT_TRUE(lost.waitForFinished(5000));
     EXPECT_EQ(lost.exitCode(), 0);
+}
+
+TEST(Program, WithoutHeadlessItOpensItsWindowThroughTheWindowProgram) {
+    QTemporaryDir prefs;
+    QProcess velto;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    velto.setProcessEnvironment(env);
+    velto.start(QStringLiteral(VELTO_APP_PATH), {QStringLiteral("--prefs"), prefs.path()});
+    ASSERT_TRUE(velto.waitForStarted(5000));
+    const qint64 pid = velto.processId();
+    // The window program takes over the same process: it runs on, with the widgets loaded.
+    ASSERT_TRUE(runUntil(
+        [&] {
+            QFile maps(QStringLiteral("/proc/%1/maps").arg(pid));
+            return maps.open(QIODevice::ReadOnly) && maps.readAll().contains("libQt6Widgets");
+        },
+        10000));
+    EXPECT_EQ(velto.state(), QProcess::Running);
+    ::kill(static_cast<pid_t>(pid), SIGTERM);
+    ASSERT_TRUE(velto.waitForFinished(5000));
+    EXPECT_EQ(velto.exitCode(), 0);
+
+    // Headless, the widgets are never loaded.
+    QProcess server;
+    server.start(QStringLiteral(VELTO_APP_PATH), {QStringLiteral("--headless"), QStringLiteral("--prefs"), prefs.path()});
+    ASSERT_TRUE(server.waitForStarted(5000));
+    runUntil([] { return false; }, 300);
+    QFile maps(QStringLiteral("/proc/%1/maps").arg(server.processId()));
+    ASSERT_TRUE(maps.open(QIODevice::ReadOnly));
+    EXPECT_FALSE(maps.readAll().contains("libQt6Widgets"));
+    ::kill(static_cast<pid_t>(server.processId()), SIGTERM);
+    ASSERT_TRUE(server.waitForFinished(5000));
+    EXPECT_EQ(server.exitCode(), 0);
 }
