@@ -108,6 +108,10 @@ int main(int argc, char** argv) {
     if (!cl.headless) runWindowProgram(argv);
 #endif
 
+    // A box server needs no desktop integration: Qt's own event loop is leaner than GLib's, and
+    // a line from a peer reaches the serial port sooner.
+    if (cl.headless && qEnvironmentVariableIsEmpty("QT_NO_GLIB")) qputenv("QT_NO_GLIB", "1");
+
     std::unique_ptr<QCoreApplication> app;
 #ifdef VELTO_WITH_GUI
     const bool windowed = !cl.headless;
