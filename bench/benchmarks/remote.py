@@ -55,31 +55,33 @@ def connect(port: int, timeout: float = 10.0) -> socket.socket:
             time.sleep(0.02)
 
 
-def time_lines(sim: Sim, sock: socket.socket, lines: int) -> list[float]:
-    """Sends one level line at a time, waits until the box has taken it, and returns the
-    latencies from the send to the box's receipt, in µs (stamped by the sim's own clock)."""
-    samples = []
-    taken = len(sim.trace_lines())
-    sock.settimeout(0.001)
-    for n in range(lines):
-        command = f"A{50 + n % 2}"
+class Path:
+    """One way from a TCP peer to a box: the socket to write to and the box's trace."""
+
+    def __init__(self, sim: Sim, sock: socket.socket):
+        self.sim, self.sock = sim, sock
+        self.taken = len(sim.trace_lines())
+        sock.settimeout(0.001)
+
+    def time_line(self, command: str) -> float:
+        """Sends one level line and waits until the box has taken it; the latency from the send
+        to the box's receipt in µs, stamped by the sim's own clock."""
         before = monotonic_us()
-        sock.sendall((command + "\r\n").encode())
+        self.sock.sendall((command + "\r\n").encode())
 
         def arrived():
-            trace = sim.trace_lines()
-            for stamp, seen in trace[taken:]:
+            trace = self.sim.trace_lines()
+            for stamp, seen in trace[self.taken:]:
                 if seen == command:
                     return stamp, len(trace)
-            try:                        # keep the relayed replies from piling up
-                sock.recv(65536)
+            try:                        # keep relayed replies from piling up
+                self.sock.recv(65536)
             except (socket.timeout, BlockingIOError):
                 pass
             return None
 
-        stamp, taken = wait_for(arrived, 5.0, f"{command} on the serial line", interval=0)
-        samples.append(stamp - before)
-    return samples
+        stamp, self.taken = wait_for(arrived, 5.0, f"{command} on the serial line", interval=0)
+        return stamp - before
 
 
 def percentiles(samples: list[float]) -> tuple[float, float]:
@@ -87,36 +89,37 @@ def percentiles(samples: list[float]) -> tuple[float, float]:
     return statistics.median(ordered), ordered[min(len(ordered) - 1, int(len(ordered) * 0.99))]
 
 
-def relay_through_velto(ctx: Context, lines: int) -> list[float]:
-    port = free_port()
-    with Sim(ctx, trace=ctx.workdir / "relay-velto.trace") as sim:
-        prefs = write_prefs(ctx.scratch("relay-prefs"), serial=sim.pty, mode="slave", port=str(port),
-                            timeout="600")
-        app = spawn_app(ctx, prefs, "--connect", *LOOPBACK_BROADCAST, log=ctx.workdir / "relay-velto.log")
-        try:
-            with connect(port) as sock:
-                sock.recv(100)              # the greeting
-                time_lines(sim, sock, 20)   # warm-up
-                return time_lines(sim, sock, lines)
-        finally:
-            stop(app)
-
-
-def relay_through_socat(ctx: Context, lines: int) -> list[float]:
+def relay(ctx: Context, lines: int) -> tuple[list[float], list[float]]:
+    """The program as a slave and a plain socat relay, each in front of its own simulated box,
+    timed line for line in turn, so that both meet the same state of the machine."""
     socat = shutil.which("socat")
     if socat is None:
         raise BenchError("socat is not installed (scripts/deps installs it)")
-    port = free_port()
-    with Sim(ctx, trace=ctx.workdir / "relay-socat.trace") as sim:
-        relay = subprocess.Popen([socat, f"TCP-LISTEN:{port},bind=127.0.0.1,reuseaddr,nodelay",
-                                  f"OPEN:{sim.pty},raw,echo=0,b9600"],
+    velto_port, socat_port = free_port(), free_port()
+    with Sim(ctx, trace=ctx.workdir / "relay-velto.trace") as velto_sim, \
+            Sim(ctx, trace=ctx.workdir / "relay-socat.trace") as socat_sim:
+        prefs = write_prefs(ctx.scratch("relay-prefs"), serial=velto_sim.pty, mode="slave",
+                            port=str(velto_port), timeout="600")
+        app = spawn_app(ctx, prefs, "--connect", *LOOPBACK_BROADCAST, log=ctx.workdir / "relay-velto.log")
+        plain = subprocess.Popen([socat, f"TCP-LISTEN:{socat_port},bind=127.0.0.1,reuseaddr,nodelay",
+                                  f"OPEN:{socat_sim.pty},raw,echo=0,b9600"],
                                  stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
         try:
-            with connect(port) as sock:
-                time_lines(sim, sock, 20)
-                return time_lines(sim, sock, lines)
+            with connect(velto_port) as velto_sock, connect(socat_port) as socat_sock:
+                velto_sock.recv(100)    # the greeting
+                through_velto = Path(velto_sim, velto_sock)
+                through_socat = Path(socat_sim, socat_sock)
+                samples = ([], [])
+                for n in range(lines + 20):             # the first 20 warm up
+                    command = f"A{50 + n % 2}"
+                    pair = (through_velto.time_line(command), through_socat.time_line(command))
+                    if n >= 20:
+                        samples[0].append(pair[0])
+                        samples[1].append(pair[1])
+                return samples
         finally:
-            stop(relay)
+            stop(plain)
+            stop(app)
 
 
 def http_rate(ctx: Context, seconds: float) -> float:
@@ -151,8 +154,8 @@ def http_rate(ctx: Context, seconds: float) -> float:
 
 def run(ctx: Context):
     lines = ctx.options.relay_lines
-    velto = percentiles(relay_through_velto(ctx, lines))
-    socat = percentiles(relay_through_socat(ctx, lines))
+    through_velto, through_socat = relay(ctx, lines)
+    velto, socat = percentiles(through_velto), percentiles(through_socat)
     print(f"  relay over {lines} lines: velto {velto[0]:.0f}/{velto[1]:.0f} us, socat "
           f"{socat[0]:.0f}/{socat[1]:.0f} us (p50/p99); velto/socat at p50 = {velto[0] / socat[0]:.2f} "
           f"(target 1.2 or less)", file=sys.stderr)
