@@ -266,6 +266,8 @@ public:
     bool extendedCommands(const QString& text);
     /// GETSTATUS, PROGRESS, SYSTEM and GETFAVS: the commands that answer. Returns true.
     bool statusCommand(const QString& key);
+    /// The slider an APLUS ... DMINUS command steps, or null for any other key.
+    Slider* stepSlider(const QString& key);
 
     // ---- Extended responses (remote/extended_responses.cpp) ----------------------------------
     /// A master's reading of a line that began with ";".

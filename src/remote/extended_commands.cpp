@@ -19,6 +19,15 @@ bool isOff(const QString& v) { return v.isEmpty() || isWord(v, {"FALSE", "OFF"})
 
 }  // namespace
 
+Slider* MainApp::stepSlider(const QString& key) {
+    const std::pair<const char*, Slider*> sliders[] = {{"A", &channelA}, {"B", &channelB}, {"C", &channelC},
+                                                       {"D", &channelD}};
+    for (const auto& [letter, slider] : sliders)
+        for (const char* direction : {"PLUS", "MINUS"})
+            if (same(key, QLatin1String(letter) + QLatin1String(direction))) return slider;
+    return nullptr;
+}
+
 bool MainApp::extendedCommands(const QString& text) {
     const qsizetype eq = text.indexOf(QLatin1Char('='));
     const QString key = eq < 0 ? text : text.left(eq);
@@ -143,22 +152,9 @@ bool MainApp::extendedCommands(const QString& text) {
         channelA.setValue(channelA.value() + step);
         pause(500);
         channelB.setValue(channelB.value() + step);
-    } else if (is("APLUS")) {
-        channelA.setValue(channelA.value() + 1);
-    } else if (is("AMINUS")) {
-        channelA.setValue(channelA.value() - 1);
-    } else if (is("BPLUS")) {
-        channelB.setValue(channelB.value() + 1);
-    } else if (is("BMINUS")) {
-        channelB.setValue(channelB.value() - 1);
-    } else if (is("CPLUS")) {
-        channelC.setValue(channelC.value() + 1);
-    } else if (is("CMINUS")) {
-        channelC.setValue(channelC.value() - 1);
-    } else if (is("DPLUS")) {
-        channelD.setValue(channelD.value() + 1);
-    } else if (is("DMINUS")) {
-        channelD.setValue(channelD.value() - 1);
+    } else if (Slider* slider = stepSlider(key)) {
+        // APLUS, AMINUS ... DMINUS: one step, as the panel's buttons make.
+        slider->setValue(slider->value() + (key.endsWith(QLatin1String("PLUS"), Qt::CaseInsensitive) ? 1 : -1));
     } else if (is("SEQSET") || is("SEQUNSET")) {
         // A negative row passes this test and fails at the list's own bound check.
         const qint64 row = ValInt(value);

@@ -63,6 +63,13 @@ struct Sim {
     QString path;
 };
 
+/// A settings file in `folder`.
+void writeSettings(const QTemporaryDir& folder, const QString& text) {
+    QFile settings(folder.filePath(QStringLiteral("veltoprefs.ini")));
+    ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
+    settings.write(text.toUtf8());
+}
+
 }  // namespace
 
 TEST(Program, ConnectWakesTheLineAndTheFirstPollComesBackDecoded) {
@@ -70,11 +77,7 @@ TEST(Program, ConnectWakesTheLineAndTheFirstPollComesBackDecoded) {
         Sim sim({QStringLiteral("--firmware"), firmware, QStringLiteral("--battery"), QStringLiteral("531")});
         ASSERT_FALSE(sim.path.isEmpty());
         QTemporaryDir prefs;
-        {
-            QFile settings(prefs.filePath(QStringLiteral("veltoprefs.ini")));
-            ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
-            settings.write(QStringLiteral("serial=%1\n").arg(sim.path).toUtf8());
-        }
+        writeSettings(prefs, QStringLiteral("serial=%1\n").arg(sim.path));
         QtClock clock;
         ExceptionBoundary boundary;
         QtSerialPort serial;
@@ -119,11 +122,7 @@ TEST(Program, HeadlessLogsToStandardOutputAndEndsCleanlyOnASignal) {
     Sim sim({});
     ASSERT_FALSE(sim.path.isEmpty());
     QTemporaryDir prefs;
-    {
-        QFile settings(prefs.filePath(QStringLiteral("veltoprefs.ini")));
-        ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
-        settings.write(QStringLiteral("serial=%1\n").arg(sim.path).toUtf8());
-    }
+    writeSettings(prefs, QStringLiteral("serial=%1\n").arg(sim.path));
     QProcess velto;
     velto.start(QStringLiteral(VELTO_APP_PATH), {QStringLiteral("--headless"), QStringLiteral("--prefs"), prefs.path(),
                                                  QStringLiteral("--connect"), QStringLiteral("--log-serial")});
@@ -143,11 +142,7 @@ TEST(Program, HeadlessLogsToStandardOutputAndEndsCleanlyOnASignal) {
 
     // A port that isn't there: the message box goes to standard error, and the program goes on.
     QTemporaryDir other;
-    {
-        QFile settings(other.filePath(QStringLiteral("veltoprefs.ini")));
-        ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
-        settings.write("serial=/dev/no-such-port\n");
-    }
+    writeSettings(other, QStringLiteral("serial=/dev/no-such-port\n"));
     QProcess lost;
     lost.start(QStringLiteral(VELTO_APP_PATH), {QStringLiteral("--headless"), QStringLiteral("--prefs"), other.path(),
                                                 QStringLiteral("--connect")});
