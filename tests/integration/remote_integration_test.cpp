@@ -106,7 +106,7 @@ TEST(RemoteIntegration, AMasterDrivesASlavesBoxAndMirrorsIt) {
     master->_activityToggle_Action();
     slave->_activityToggle_Action();
     master->Connect.push();
-    ASSERT_TRUE(waitFor([&] { return master->advancedRemote && master->favsList.listCount() == 1; }))
+    ASSERT_TRUE(waitFor([&] { return master->advancedRemote && master->favsList.listCount() == 1; }, 15000))
         << master->activityLog.log.text().toStdString() << "\n---\n" << slave->activityLog.log.text().toStdString()
         << "master lastCmd [" << master->lastCmd.text().toStdString() << "] connected "
         << master.remoteControl.isConnected() << " slave connected " << slave.remoteControl.isConnected();
