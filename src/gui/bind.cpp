@@ -10,28 +10,33 @@ void onModel(QWidget* widget, Signal<>& signal, std::function<void()> refresh) {
     QObject::connect(widget, &QObject::destroyed, [&signal, id] { signal.disconnect(id); });
 }
 
+namespace {
+// Shows the model's state now and after each of its changes.
+void follow(QWidget* widget, Control& model, const std::function<void()>& refresh) {
+    refresh();
+    onModel(widget, model.changed, refresh);
+}
+}  // namespace
+
 void bindCommon(QWidget* widget, Control& model) {
     auto refresh = [widget, &model] {
         widget->setEnabled(model.enabled());
         widget->setToolTip(model.helpTag());
         if (!widget->isWindow()) widget->setVisible(model.visible());
     };
-    refresh();
-    onModel(widget, model.changed, refresh);
+    follow(widget, model, refresh);
 }
 
 void bind(QLabel* widget, Label& model) {
     bindCommon(widget, model);
     auto refresh = [widget, &model] { widget->setText(model.text()); };
-    refresh();
-    onModel(widget, model.changed, refresh);
+    follow(widget, model, refresh);
 }
 
 void bind(QGroupBox* widget, GroupBox& model) {
     bindCommon(widget, model);
     auto refresh = [widget, &model] { widget->setTitle(model.text()); };
-    refresh();
-    onModel(widget, model.changed, refresh);
+    follow(widget, model, refresh);
 }
 
 void bind(QSlider* widget, Slider& model) {
@@ -44,16 +49,14 @@ void bind(QSlider* widget, Slider& model) {
         widget->setSingleStep(model.lineStep());
         widget->setValue(model.value());
     };
-    refresh();
-    onModel(widget, model.changed, refresh);
+    follow(widget, model, refresh);
     QObject::connect(widget, &QSlider::valueChanged, widget, [&model](int v) { model.setValue(v); });
 }
 
 void bind(QAbstractButton* widget, PushButton& model) {
     bindCommon(widget, model);
     auto refresh = [widget, &model] { widget->setText(model.caption()); };
-    refresh();
-    onModel(widget, model.changed, refresh);
+    follow(widget, model, refresh);
     QObject::connect(widget, &QAbstractButton::clicked, widget, [&model] { model.push(); });
 }
 
@@ -65,8 +68,7 @@ void bind(QRadioButton* widget, RadioButton& model) {
         const QSignalBlocker block(widget);
         widget->setChecked(model.value());
     };
-    refresh();
-    onModel(widget, model.changed, refresh);
+    follow(widget, model, refresh);
     QObject::connect(widget, &QRadioButton::clicked, widget, [widget, &model] {
         model.setValue(true);
         const QSignalBlocker block(widget);
@@ -96,8 +98,7 @@ void bind(QCheckBox* widget, CheckBox& model) {
                               : model.state() == 2 ? Qt::PartiallyChecked
                                                    : Qt::Unchecked);
     };
-    refresh();
-    onModel(widget, model.changed, refresh);
+    follow(widget, model, refresh);
     QObject::connect(widget, &QCheckBox::clicked, widget, [&model](bool checked) { model.setValue(checked); });
 }
 
@@ -113,8 +114,7 @@ void bind(QComboBox* widget, PopupMenu& model) {
         }
         widget->setCurrentIndex(model.listIndex());
     };
-    refresh();
-    onModel(widget, model.changed, refresh);
+    follow(widget, model, refresh);
     QObject::connect(widget, &QComboBox::activated, widget, [&model](int index) { model.setListIndex(index); });
 }
 
@@ -125,8 +125,7 @@ void bind(QLineEdit* widget, TextField& model) {
         const QSignalBlocker block(widget);
         widget->setText(model.text());
     };
-    refresh();
-    onModel(widget, model.changed, refresh);
+    follow(widget, model, refresh);
     QObject::connect(widget, &QLineEdit::textEdited, widget, [&model](const QString& t) { model.setText(t); });
 }
 
