@@ -456,6 +456,8 @@ private:
     bool logSerialOn() const { return serverLogging && activityLog.logSerial.value(); }
     /// The switch of the serial line to the high rate, run from statusRefresh.
     void switchToHighSpeed();
+    /// A slider's change: its command (unless a reply moved it) and its number label.
+    void levelChanged(const QString& letter, const Slider& slider, Label& number);
     /// Sets the C and D captions and the diagram for a mode index.
     void showModeLabels(qint64 index);
 

@@ -55,24 +55,14 @@ void MainApp::showModeLabels(qint64 index) {
     waveDiag.setBackdrop(picture);
 }
 
-void MainApp::channelA_ValueChanged() {
-    if (!systemRefresh) sendStimData(QStringLiteral("A") + Str(qint64(channelA.value())));
-    settingA.setText(Str(qint64(channelA.value())));
-}
+void MainApp::channelA_ValueChanged() { levelChanged(QStringLiteral("A"), channelA, settingA); }
+void MainApp::channelB_ValueChanged() { levelChanged(QStringLiteral("B"), channelB, settingB); }
+void MainApp::channelC_ValueChanged() { levelChanged(QStringLiteral("C"), channelC, settingC); }
+void MainApp::channelD_ValueChanged() { levelChanged(QStringLiteral("D"), channelD, settingD); }
 
-void MainApp::channelB_ValueChanged() {
-    if (!systemRefresh) sendStimData(QStringLiteral("B") + Str(qint64(channelB.value())));
-    settingB.setText(Str(qint64(channelB.value())));
-}
-
-void MainApp::channelC_ValueChanged() {
-    if (!systemRefresh) sendStimData(QStringLiteral("C") + Str(qint64(channelC.value())));
-    settingC.setText(Str(qint64(channelC.value())));
-}
-
-void MainApp::channelD_ValueChanged() {
-    if (!systemRefresh) sendStimData(QStringLiteral("D") + Str(qint64(channelD.value())));
-    settingD.setText(Str(qint64(channelD.value())));
+void MainApp::levelChanged(const QString& letter, const Slider& slider, Label& number) {
+    if (!systemRefresh) sendStimData(letter + Str(qint64(slider.value())));
+    number.setText(Str(qint64(slider.value())));
 }
 
 void MainApp::channelA_Open() {
