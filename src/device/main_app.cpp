@@ -61,6 +61,7 @@ void MainApp::wireTimers() {
     watchDog.action = [this] { watchDog_Action(); };
     slaveIdle.action = [this] { slaveIdle_Action(); };
     elapsedTimer.action = [this] { elapsedTimer_Action(); };
+    captionTimer.action = [this] { captionTimer_Action(); };
 }
 
 void MainApp::wireSockets() {

@@ -304,10 +304,16 @@ public:
         PushButton scanButton{QStringLiteral("scanButton"), QStringLiteral("Scan")};
     } prefsWindow;
 
-    // ---- Services and captions: hooks for the later subsystems ------------------------------
+    // ---- Services: hooks for the later subsystems ---------------------------------------------
     void startBroker(bool slave);
-    void evoCamCaption(const QString& reply, const QString& name);
-    void evoCamMessage(const QString& text, const QString& name);
+
+    // ---- EvoCam captions (shell/evocam.cpp) ---------------------------------------------------
+    /// The status caption of a status line: mode name, power and the four levels halved. A line
+    /// of fewer than seven fields, or a mode past the table's end, throws OutOfBounds.
+    void evoCamCaption(const QString& status, const QString& camera);
+    /// Shows a message caption and clears it 20 s after the last message.
+    void evoCamMessage(const QString& text, const QString& camera);
+    void captionTimer_Action();
 
     // ---- Settings ----------------------------------------------------------------------------
     /// Applies one line of "veltoprefs.ini".

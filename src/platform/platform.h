@@ -11,6 +11,7 @@
 #include "platform/dialogs.h"
 #include "platform/preferences.h"
 #include "platform/random.h"
+#include "platform/script_runner.h"
 #include "platform/serial_port.h"
 #include "platform/tcp_socket.h"
 #include "platform/udp_socket.h"
@@ -33,6 +34,8 @@ struct Platform {
     std::function<std::optional<quint64>()> seed = [] { return std::nullopt; };
     /// Where web pages open; none means they can't be shown.
     Browser* browser = nullptr;
+    /// Where captions go; none means nowhere.
+    ScriptRunner* scripts = nullptr;
 };
 
 }  // namespace velto

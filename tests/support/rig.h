@@ -10,6 +10,7 @@
 #include "platform/fake/fake_serial_port.h"
 #include "platform/fake/fake_tcp_socket.h"
 #include "platform/fake/fake_udp.h"
+#include "platform/fake/recording_script_runner.h"
 #include "platform/fake/scripted_dialogs.h"
 #include "platform/virtual_clock.h"
 #include "sim_link.h"
@@ -32,6 +33,7 @@ struct Rig {
     FakeUdpSocket advertising{clock, udp.record};
     FixedNetworkInfo network{QStringLiteral("127.0.0.1"), QStringLiteral("127.255.255.255")};
     ScriptedDialogs dialogs;
+    RecordingScriptRunner scripts{clock};
     QTemporaryDir prefsDir;
     std::unique_ptr<Platform> platform;
     std::unique_ptr<MainApp> app;
