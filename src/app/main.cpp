@@ -25,6 +25,11 @@
 #include "platform/qt/qt_serial_port.h"
 #include "platform/qt/qt_tcp_socket.h"
 #include "platform/qt/qt_udp_socket.h"
+#ifdef Q_OS_MACOS
+#include "platform/qt/apple_script_runner.h"
+#else
+#include "platform/caption_files.h"
+#endif
 
 #ifdef VELTO_WITH_GUI
 #include <QApplication>
@@ -146,6 +151,13 @@ int main(int argc, char** argv) {
     velto::Platform platform{clock,         boundary,    serial, remoteControl, brokerSocket,
                              connectSocket, advertising, udp,    network,       *dialogs,
                              preferences};
+    // Captions go to the webcam application's scripts on macOS, to text files elsewhere.
+#ifdef Q_OS_MACOS
+    velto::AppleScriptRunner captions(velto::AppleScriptRunner::bundleResources());
+#else
+    velto::CaptionFiles captions(preferences);
+#endif
+    platform.scripts = &captions;
 
     velto::MainApp mainApp(platform);
     velto::Dialogs* reportTo = dialogs.get();

@@ -1,0 +1,43 @@
+// The caption scripts' runner with a shell standing in for the AppleScript interpreter: the
+// script is found in the resources folder and gets the text and the camera as its arguments.
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include "platform/qt/apple_script_runner.h"
+
+namespace velto {
+namespace {
+
+TEST(CaptionScripts, RunTheNamedScriptWithTextThenCamera) {
+    QTemporaryDir resources;
+    ASSERT_TRUE(resources.isValid());
+    QFile script(resources.filePath(QString::fromLatin1(kMessageCaptionScript)));
+    ASSERT_TRUE(script.open(QIODevice::WriteOnly));
+    script.write("printf '%s|%s|%s' \"$#\" \"$1\" \"$2\" > \"$(dirname \"$0\")/out\"\n");
+    script.close();
+
+    AppleScriptRunner runner(resources.path(), QStringLiteral("/bin/sh"));
+    const QString out = resources.filePath(QStringLiteral("out"));
+    auto result = [&out] {
+        QFile file(out);
+        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll())
+                                              : QStringLiteral("<none>");
+    };
+    runner.run(QString::fromLatin1(kMessageCaptionScript),
+               {QStringLiteral("A:37.5 'quoted' text"), QStringLiteral("Desk cam")});
+    EXPECT_EQ(result(), QStringLiteral("2|A:37.5 'quoted' text|Desk cam"));
+    // The clearing: an empty text is still an argument of its own.
+    runner.run(QString::fromLatin1(kMessageCaptionScript), {QString(), QStringLiteral("Desk cam")});
+    EXPECT_EQ(result(), QStringLiteral("2||Desk cam"));
+    // A script that isn't there changes nothing and raises nothing.
+    QFile::remove(out);
+    runner.run(QString::fromLatin1(kStatusCaptionScript),
+               {QStringLiteral("x"), QStringLiteral("y")});
+    EXPECT_EQ(result(), QStringLiteral("<none>"));
+}
+
+}  // namespace
+}  // namespace velto
