@@ -135,6 +135,7 @@ int main(int argc, char** argv) {
     velto::QtClock clock;
     velto::ExceptionBoundary boundary;
     velto::QtSerialPort serial;
+    velto::QtSerialPortList serialPorts;
     velto::QtTcpSocket remoteControl, brokerSocket, connectSocket;
     velto::QtUdpSocket advertising;
     velto::QtUdpFactory udp;
@@ -151,6 +152,7 @@ int main(int argc, char** argv) {
     velto::Platform platform{clock,         boundary,    serial, remoteControl, brokerSocket,
                              connectSocket, advertising, udp,    network,       *dialogs,
                              preferences};
+    platform.serialPorts = &serialPorts;
     // Captions go to the webcam application's scripts on macOS, to text files elsewhere.
 #ifdef Q_OS_MACOS
     velto::AppleScriptRunner captions(velto::AppleScriptRunner::bundleResources());

@@ -102,6 +102,7 @@ void MainApp::wireControls() {
     wireFavourites();
     wirePlayback();
     wireRemote();
+    wirePrefsWindow();
     AddMenuHandlers();
 
     // The sliders' Open events: the created ranges and page steps are replaced here.

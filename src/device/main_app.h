@@ -298,11 +298,73 @@ public:
     void sendReply_Action();
 
     // ---- Preferences window (shell/prefs_window.cpp) -----------------------------------------
+    // A plain view on properties of MainApp: filled at each activation, written back by Done
+    // and at the close. Help tags are set in wirePrefsWindow.
     struct PrefsWindow {
         Window window{QStringLiteral("prefsWindow"), QStringLiteral("Preferences")};
+        GroupBox GroupBox1{QStringLiteral("GroupBox1"), QStringLiteral("Control mode")};
+        RadioButton modeSolo{QStringLiteral("modeSolo"), QStringLiteral("Solo")};
+        RadioButton modeMaster{QStringLiteral("modeMaster"), QStringLiteral("Master")};
+        RadioButton modeSlave{QStringLiteral("modeSlave"), QStringLiteral("Slave")};
+        Label Label5{QStringLiteral("Label5"), QStringLiteral("Serial port")};
+        Label Label6{QStringLiteral("Label6"),
+                     QStringLiteral("For Solo or Slave mode, enter the device name or select the port to which the "
+                                    "velto unit is connected.")};
+        TextField portName{QStringLiteral("portName")};
+        PushButton portAutoDetect{QStringLiteral("portAutoDetect"), QStringLiteral("Auto detect")};
+        Label portsInfo{QStringLiteral("portsInfo")};
+        PopupMenu comPorts{QStringLiteral("comPorts"), {}, -1};
+        Label Label7{QStringLiteral("Label7"), QStringLiteral("Slave timeout")};
+        Label Label8{QStringLiteral("Label8"),
+                     QStringLiteral("If no communication is received from Master within this time, output will be "
+                                    "set to zero. Default is 600 seconds")};
+        TextField timeoutPref{QStringLiteral("timeoutPref")};
+        CheckBox errorCorrect{QStringLiteral("errorCorrect"), QStringLiteral("Use error correction")};
+        CheckBox autoAdjustMove{QStringLiteral("autoAdjustMove"), QStringLiteral("Auto fix adjust and ramp times")};
+        CheckBox evoCamLink{QStringLiteral("evoCamLink"), QStringLiteral("EvoCam link")};
+        TextField evoCamName{QStringLiteral("evoCamName")};
+        TabPanel brokerOpts{QStringLiteral("brokerOpts"),
+                            {QStringLiteral("VeltoBroker"), QStringLiteral("Manual Settings")}};
+        // Tab 1, the broker.
+        CheckBox useBroker{QStringLiteral("useBroker"), QStringLiteral("Use VeltoBroker")};
+        Label Label11{QStringLiteral("Label11"), QStringLiteral("Email")};
+        TextField brokerID{QStringLiteral("brokerID")};
+        Label Label12{QStringLiteral("Label12"), QStringLiteral("PIN")};
+        TextField brokerPIN{QStringLiteral("brokerPIN")};  // shown in clear
+        PushButton brokerOptionsButton{QStringLiteral("brokerOptionsButton"), QStringLiteral("Advanced...")};
+        Label Label10{QStringLiteral("Label10"),
+                      QStringLiteral("VeltoBroker links a Master and a Slave over the internet, with no router or "
+                                     "firewall set-up at either end. Sign in with the email and PIN of your "
+                                     "VeltoBroker account.")};
+        // Tab 2, a direct link.
+        Label Label1{QStringLiteral("Label1"), QStringLiteral("Port number")};
+        Label Label2{QStringLiteral("Label2"),
+                     QStringLiteral("For remote access, port must be same on both Master and Slave systems. Choose a "
+                                    "number above 1024. Default is 7846")};
+        TextField portNumber{QStringLiteral("portNumber")};
+        Label Label3{QStringLiteral("Label3"), QStringLiteral("Remote host")};
+        Label Label9{QStringLiteral("Label9"),
+                     QStringLiteral("For Master mode, enter the public IP address or hostname of the system you want "
+                                    "to control. Click Scan to search your LAN")};
         TextField remoteHost{QStringLiteral("remoteHost")};
         PushButton scanButton{QStringLiteral("scanButton"), QStringLiteral("Scan")};
+        CheckBox httpMode{QStringLiteral("httpMode"), QStringLiteral("HTTP slave")};
+        PushButton settingsDone{QStringLiteral("settingsDone"), QStringLiteral("Done")};
     } prefsWindow;
+    static constexpr const char* kWebScriptsUrl = "https://www.velto.example/webscripts/";
+    /// The window's Activate event: every field from its property.
+    void prefsWindow_Activate();
+    /// The window's Close event, by Done or the close box: takes over the port name and the
+    /// boxes, then writes "veltoprefs.ini" whole. No Preferences folder throws.
+    void prefsWindow_Close();
+    void settingsDone_Action();
+    void modeSolo_Action();
+    void modeMaster_Action();
+    void modeSlave_Action();
+    /// Puts the last USB serial port the platform lists into portName, and all of them in
+    /// portsInfo.
+    void portAutoDetect_Action();
+    void brokerOptionsButton_Action();
 
     // ---- Services: hooks for the later subsystems ---------------------------------------------
     void startBroker(bool slave);
@@ -451,6 +513,7 @@ private:
     /// Each subsystem binds its own controls' and timers' events.
     void wireFavourites();
     void wireRemote();
+    void wirePrefsWindow();
     /// What a menu item does until the window behind it exists.
     bool notAvailableYet(const QString& what);
     void wirePlayback();

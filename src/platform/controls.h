@@ -231,10 +231,18 @@ public:
     Window(QString name, QString title) : Control(std::move(name)), title_(std::move(title)) { visible_ = false; }
     const QString& title() const { return title_; }
     void setTitle(const QString& title);
-    void show() { setVisible(true); }
+    /// Shows the window; raises shown even when it was already shown, so a view brings it up.
+    void show() {
+        setVisible(true);
+        shown();
+    }
+    Signal<> shown;
     /// Hides the window and raises closed, whether code or the user closed it.
     void close();
     Signal<> closed;
+    /// Raised each time the window becomes the active one (views report it; tests call it).
+    void activate() { activated(); }
+    Signal<> activated;
 
 private:
     QString title_;

@@ -34,6 +34,8 @@ struct Platform {
     std::function<std::optional<quint64>()> seed = [] { return std::nullopt; };
     /// Where web pages open; none means they can't be shown.
     Browser* browser = nullptr;
+    /// The serial ports the system knows of, for the port scan; none lists no ports.
+    SerialPortList* serialPorts = nullptr;
     /// Where captions go; none means nowhere.
     ScriptRunner* scripts = nullptr;
 };

@@ -38,7 +38,8 @@ public:
     std::function<void()> onError;
 };
 
-/// The serial ports the platform knows of, by name.
+/// The serial ports the platform knows of, by name as the system lists them: "usbserial-A6007"
+/// (macOS, the device is /dev/tty.usbserial-A6007), "ttyUSB0" (Linux, /dev/ttyUSB0).
 class SerialPortList {
 public:
     virtual ~SerialPortList() = default;

@@ -171,7 +171,10 @@ bool MainApp::_FileNewmessage_Action() {
     return notAvailableYet(QStringLiteral("Sending messages"));
 }
 
-bool MainApp::_prefsMenu_Action() { return notAvailableYet(QStringLiteral("The Preferences window")); }
+bool MainApp::_prefsMenu_Action() {
+    prefsWindow.window.show();
+    return true;
+}
 bool MainApp::_FileCheckforupdate_Action() { return notAvailableYet(QStringLiteral("Checking for updates")); }
 bool MainApp::_aboutMenu_Action() { return notAvailableYet(QStringLiteral("The About window")); }
 bool MainApp::_vbConnect_Action() { return notAvailableYet(QStringLiteral("VeltoBroker")); }

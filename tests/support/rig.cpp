@@ -11,6 +11,7 @@ Rig::Rig(bool withPrefs) {
         network, dialogs,
         Preferences(withPrefs ? std::optional<QString>(prefsDir.path()) : std::nullopt)});
     platform->seed = [] { return std::optional<quint64>(12345); };
+    platform->serialPorts = &serialPorts;
     platform->scripts = &scripts;
     app = std::make_unique<MainApp>(*platform);
 }

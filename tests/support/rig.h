@@ -25,6 +25,7 @@ struct Rig {
     VirtualClock clock;
     ExceptionBoundary boundary;
     FakeSerialPort serial{clock};
+    FakeSerialPortList serialPorts;
     SimLink link{serial, clock};
     FakeTcpSocket remoteControl{clock};
     FakeTcpSocket brokerSocket{clock};

@@ -68,4 +68,11 @@ private:
     QByteArray rx_;
 };
 
+/// The ports the platform lists, as a test sets them.
+class FakeSerialPortList final : public SerialPortList {
+public:
+    QStringList names;
+    QStringList portNames() const override { return names; }
+};
+
 }  // namespace velto

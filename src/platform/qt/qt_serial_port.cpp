@@ -86,8 +86,17 @@ void QtSerialPort::failed() {
 
 QStringList QtSerialPortList::portNames() const {
     QStringList names;
-    for (const QSerialPortInfo& info : QSerialPortInfo::availablePorts())
-        names << info.systemLocation();
+    for (const QSerialPortInfo& info : QSerialPortInfo::availablePorts()) names << info.portName();
+    return listed(names);
+}
+
+QStringList QtSerialPortList::listed(const QStringList& qtPortNames) {
+    QStringList names;
+    for (QString name : qtPortNames) {
+        for (const QLatin1String prefix : {QLatin1String("cu."), QLatin1String("tty.")})
+            if (name.startsWith(prefix)) name.remove(0, prefix.size());
+        if (!names.contains(name)) names << name;
+    }
     return names;
 }
 

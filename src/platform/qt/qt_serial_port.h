@@ -38,8 +38,10 @@ private:
 
 class QtSerialPortList final : public SerialPortList {
 public:
-    /// Full device paths, as a port name is kept in the settings.
     QStringList portNames() const override;
+    /// Qt's port names as the list gives them: macOS shows each device twice, as "cu.NAME" and
+    /// "tty.NAME"; both become one NAME, in the order first seen.
+    static QStringList listed(const QStringList& qtPortNames);
 };
 
 }  // namespace velto
