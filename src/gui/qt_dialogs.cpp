@@ -18,8 +18,11 @@ QMessageBox::Icon qtIcon(Dialogs::Icon icon) {
 }
 
 int ask(const QString& text, Dialogs::Icon icon, QMessageBox::StandardButtons buttons,
-        QMessageBox::StandardButton fallback) {
-    QMessageBox box(qtIcon(icon), QApplication::applicationDisplayName(), text, buttons,
+        QMessageBox::StandardButton fallback, const QString& title = {}) {
+    // The system's texts break lines with CR alone, which a Qt label doesn't show as a break.
+    QString shown = text;
+    shown.replace(QLatin1String("\r\n"), QLatin1String("\n")).replace(QLatin1Char('\r'), QLatin1Char('\n'));
+    QMessageBox box(qtIcon(icon), title.isEmpty() ? QApplication::applicationDisplayName() : title, shown, buttons,
                     QApplication::activeWindow());
     box.setDefaultButton(fallback);
     return box.exec();
@@ -34,8 +37,8 @@ bool QtDialogs::okCancel(const QString& text, Icon icon) {
     return ask(text, icon, QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Ok) == QMessageBox::Ok;
 }
 
-bool QtDialogs::yesNo(const QString& text, Icon icon) {
-    return ask(text, icon, QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes) == QMessageBox::Yes;
+bool QtDialogs::yesNo(const QString& text, Icon icon, const QString& title) {
+    return ask(text, icon, QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes, title) == QMessageBox::Yes;
 }
 
 std::optional<QString> QtDialogs::openFile(const FileDialog& d) {

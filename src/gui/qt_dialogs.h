@@ -9,7 +9,7 @@ class QtDialogs final : public Dialogs {
 public:
     void message(const QString& text) override;
     bool okCancel(const QString& text, Icon icon) override;
-    bool yesNo(const QString& text, Icon icon) override;
+    bool yesNo(const QString& text, Icon icon, const QString& title) override;
     std::optional<QString> openFile(const FileDialog& dialog) override;
     std::optional<QString> saveFile(const FileDialog& dialog) override;
 };

@@ -17,8 +17,8 @@ public:
     virtual void message(const QString& text) = 0;
     /// OK and Cancel: true for OK.
     virtual bool okCancel(const QString& text, Icon icon = Question) = 0;
-    /// Yes and No: true for Yes.
-    virtual bool yesNo(const QString& text, Icon icon = Question) = 0;
+    /// Yes and No: true for Yes. An empty title leaves the application's name on the box.
+    virtual bool yesNo(const QString& text, Icon icon = Question, const QString& title = {}) = 0;
 
     struct FileDialog {
         QString title;

@@ -13,7 +13,7 @@ public:
     explicit HeadlessDialogs(std::FILE* out = stderr) : out_(out) {}
     void message(const QString& text) override { print(text); }
     bool okCancel(const QString& text, Icon) override { return print(text), false; }
-    bool yesNo(const QString& text, Icon) override { return print(text), false; }
+    bool yesNo(const QString& text, Icon, const QString&) override { return print(text), false; }
     std::optional<QString> openFile(const FileDialog&) override { return std::nullopt; }
     std::optional<QString> saveFile(const FileDialog&) override { return std::nullopt; }
 

@@ -9,6 +9,7 @@
 #include "platform/browser.h"
 #include "platform/clock.h"
 #include "platform/dialogs.h"
+#include "platform/https_client.h"
 #include "platform/preferences.h"
 #include "platform/random.h"
 #include "platform/script_runner.h"
@@ -38,6 +39,8 @@ struct Platform {
     SerialPortList* serialPorts = nullptr;
     /// Where captions go; none means nowhere.
     ScriptRunner* scripts = nullptr;
+    /// The update check's HTTPS; none means the service can't be reached.
+    HttpsClient* https = nullptr;
 };
 
 }  // namespace velto

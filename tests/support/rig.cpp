@@ -13,6 +13,7 @@ Rig::Rig(bool withPrefs) {
     platform->seed = [] { return std::optional<quint64>(12345); };
     platform->serialPorts = &serialPorts;
     platform->scripts = &scripts;
+    platform->https = &https;
     app = std::make_unique<MainApp>(*platform);
 }
 

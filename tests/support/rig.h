@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "device/main_app.h"
+#include "platform/fake/fake_https_client.h"
 #include "platform/fake/fake_serial_port.h"
 #include "platform/fake/fake_tcp_socket.h"
 #include "platform/fake/fake_udp.h"
@@ -35,6 +36,7 @@ struct Rig {
     FixedNetworkInfo network{QStringLiteral("127.0.0.1"), QStringLiteral("127.255.255.255")};
     ScriptedDialogs dialogs;
     RecordingScriptRunner scripts{clock};
+    FakeHttpsClient https{clock};
     QTemporaryDir prefsDir;
     std::unique_ptr<Platform> platform;
     std::unique_ptr<MainApp> app;

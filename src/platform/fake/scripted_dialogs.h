@@ -12,19 +12,27 @@ namespace velto {
 class ScriptedDialogs final : public Dialogs {
 public:
     void message(const QString& text) override { messages.append(text); }
-    bool okCancel(const QString& text, Icon) override { return answer(text); }
-    bool yesNo(const QString& text, Icon) override { return answer(text); }
+    bool okCancel(const QString& text, Icon icon) override { return answer({text, icon, {}}); }
+    bool yesNo(const QString& text, Icon icon, const QString& title) override { return answer({text, icon, title}); }
     std::optional<QString> openFile(const FileDialog& d) override { return file(d); }
     std::optional<QString> saveFile(const FileDialog& d) override { return file(d); }
 
     std::deque<bool> answers;
     std::deque<std::optional<QString>> files;
     QStringList messages;
+    /// The questions asked (OK/Cancel and Yes/No), with their icons and titles.
+    struct Asked {
+        QString text;
+        Icon icon;
+        QString title;
+    };
+    std::vector<Asked> questions;
     std::vector<FileDialog> fileDialogs;
 
 private:
-    bool answer(const QString& text) {
-        messages.append(text);
+    bool answer(const Asked& asked) {
+        messages.append(asked.text);
+        questions.push_back(asked);
         if (answers.empty()) return false;
         const bool a = answers.front();
         answers.pop_front();
