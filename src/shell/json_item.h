@@ -16,7 +16,7 @@ class JSONException : public std::runtime_error {
 public:
     /// The plain form: the message as it stands.
     JSONException(const QString& message, int errorNumber);
-    /// The parse form: message, " at position " and the position.
+    /// The parse form: message, " at position " and the position, counted from 1.
     JSONException(const QString& message, int errorNumber, qsizetype position);
     /// The detailed form: message, ": " and the detail.
     JSONException(const QString& message, int errorNumber, const QString& detail);
@@ -50,9 +50,10 @@ public:
 
     bool IsArray() const;
     qsizetype Count() const;
+    /// Empties the item; an array stays an array.
     void Clear();
 
-    // Object operations; on an array they throw error 13.
+    // Object operations; on an array they throw error 13. Names are compared exactly.
     /// A missing name throws OutOfBounds.
     QVariant Value(const QString& name) const;
     /// Adds or replaces; a new name goes to the end.
@@ -61,8 +62,10 @@ public:
     bool HasName(const QString& name) const;
     QString Name(qsizetype index) const;
     QStringList Names() const;
-    /// The nested item under `name`; a missing name or a value that is no item throws.
+    /// The nested item under `name`; a missing name throws OutOfBounds, a value that is no
+    /// item std::invalid_argument.
     JSONItem Child(const QString& name) const;
+    /// A missing name is no error.
     void Remove(const QString& name);
 
     // Array operations; on an object they throw error 12. A new, empty item becomes an array
