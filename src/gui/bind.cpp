@@ -22,7 +22,10 @@ void bindCommon(QWidget* widget, Control& model) {
     auto refresh = [widget, &model] {
         widget->setEnabled(model.enabled());
         widget->setToolTip(model.helpTag());
-        if (!widget->isWindow()) widget->setVisible(model.visible());
+        // A widget is bound before a layout takes it in: hidden now, it stays hidden there. It
+        // is shown only once it has a parent, or it would come up as a window of its own.
+        if (!model.visible()) widget->setVisible(false);
+        else if (!widget->isWindow()) widget->setVisible(true);
     };
     follow(widget, model, refresh);
 }
@@ -148,6 +151,16 @@ void bind(QPlainTextEdit* widget, TextArea& model) {
         scrollToEnd();
     });
     QObject::connect(widget, &QObject::destroyed, [&model, id] { model.appended.disconnect(id); });
+}
+
+void bind(QTabWidget* widget, TabPanel& model) {
+    bindCommon(widget, model);
+    auto refresh = [widget, &model] {
+        const QSignalBlocker block(widget);
+        widget->setCurrentIndex(model.value());
+    };
+    follow(widget, model, refresh);
+    QObject::connect(widget, &QTabWidget::currentChanged, widget, [&model](int tab) { model.setValue(tab); });
 }
 
 }  // namespace velto::gui

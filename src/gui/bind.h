@@ -12,6 +12,7 @@
 #include <QPlainTextEdit>
 #include <QRadioButton>
 #include <QSlider>
+#include <QTabWidget>
 #include <QWidget>
 #include <vector>
 
@@ -33,6 +34,8 @@ void bind(QCheckBox* widget, CheckBox& model);
 void bind(QComboBox* widget, PopupMenu& model);
 void bind(QLineEdit* widget, TextField& model);
 void bind(QPlainTextEdit* widget, TextArea& model);
+/// The current tab. Bind after the view has added the tabs.
+void bind(QTabWidget* widget, TabPanel& model);
 
 /// Disconnects a model listener when the widget goes, so a model never calls a dead widget.
 void onModel(QWidget* widget, Signal<>& signal, std::function<void()> refresh);

@@ -20,6 +20,7 @@
 #include "gui/activity_log_view.h"
 #include "gui/bind.h"
 #include "gui/listbox_model.h"
+#include "gui/prefs_window_view.h"
 
 // Resources in a static library must be registered by name, outside any namespace.
 static void initResources() { Q_INIT_RESOURCE(resources); }
@@ -123,6 +124,7 @@ MainWindowView::MainWindowView(MainApp& app, QWidget* parent) : QMainWindow(pare
     buildMenus();
     resize(896, 557);
 
+    new PrefsWindowView(app_, this);  // shows itself with its model
     logWindow_ = new ActivityLogView(app_, this);
     showActivityLog(app_.activityLog.window.visible());
     gui::onModel(this, app_.activityLog.window.changed,

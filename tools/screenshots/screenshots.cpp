@@ -1,5 +1,6 @@
 // Renders the main window, one PNG per tab, with the simulated box behind it so that the
-// window shows a live state. Used by scripts/screenshots and the README.
+// window shows a live state, and the Preferences window. Used by scripts/screenshots and the
+// README.
 //   velto-screenshots OUTPUT_DIR
 
 #include <QApplication>
@@ -52,5 +53,16 @@ int main(int argc, char** argv) {
         view.grab().save(QDir(out).filePath(QStringLiteral("main-window-") + names[i] + QStringLiteral(".png")));
     }
     Q_UNUSED(tabs);
+
+    // The Preferences window of a slave whose USB adapter the scan has just found.
+    rig->systemMode = QStringLiteral("slave");
+    rig.serialPorts.names = {QStringLiteral("ttyS0"), QStringLiteral("ttyUSB0")};
+    rig->MenuBar1.prefsMenu.push();
+    QApplication::processEvents();  // its activation fills the fields
+    rig->prefsWindow.portAutoDetect.push();
+    rig->prefsWindow.brokerOpts.setValue(1);
+    QApplication::processEvents();
+    if (auto* prefs = view.findChild<QWidget*>(QStringLiteral("prefsWindow")))
+        prefs->grab().save(QDir(out).filePath(QStringLiteral("preferences.png")));
     return 0;
 }
