@@ -100,6 +100,7 @@ void MainApp::wireControls() {
 
     on(activityLog.window.closed, [this] { activityLog_Close(); });
     wireFavourites();
+    wireAbout();
     wirePlayback();
     wireRemote();
     wirePrefsWindow();

@@ -18,6 +18,7 @@
 #include "platform/platform.h"
 #include "platform/timer.h"
 #include "shell/activity_log.h"
+#include "shell/json_item.h"
 #include "shell/menus.h"
 
 namespace velto {
@@ -390,6 +391,40 @@ public:
     bool _activityToggle_Action();
     void activityLog_Close();
 
+    // ---- Update check and about (shell/update_check.cpp) --------------------------------------
+    /// The build the update check and the About window know. Peers are told kBuild instead.
+    static constexpr int kBuildNumber = 260;
+    static constexpr int kUpdateTimeoutMs = 30000;
+    static constexpr const char* kUpdateServiceDefault = "https://update.velto.example";
+    static constexpr const char* kChangesUrl = "https://www.velto.example/changes";
+    static constexpr const char* kDocsUrl = "https://www.velto.example/docs";
+    /// Scheme, host and port of the update service; the check posts to its "/appinfo/".
+    QString updateServiceUrl = QString::fromLatin1(kUpdateServiceDefault);
+    /// Asks the service for the latest build. A failed exchange comes back as status "error";
+    /// a reply that isn't JSON throws JSONException.
+    JSONItem checkSoftwareVersion();
+    enum class UpdateOutcome { UpToDate, Offered, Failed };
+    /// The check with its messages and the offer to download; a reply lacking a key throws.
+    UpdateOutcome offerUpdate();
+
+    struct AboutWindow {
+        static constexpr int kWidth = 400, kHeight = 400;
+        Window window{QStringLiteral("aboutQTR"), QStringLiteral("About this app")};
+        Canvas Canvas1{QStringLiteral("Canvas1")};
+        Label Label1{QStringLiteral("Label1"), QStringLiteral("Velto Control/Server")};
+        Label versionMajor{QStringLiteral("versionMajor")};
+        Label buildInfo{QStringLiteral("buildInfo")};
+        Label appInfoText{QStringLiteral("appInfoText")};
+        Label changelog{QStringLiteral("changelog"), QStringLiteral("View latest changes")};
+        PushButton docsButton{QStringLiteral("docsButton"), QStringLiteral("Documentation")};
+        PushButton aboutVBbutton{QStringLiteral("aboutVBbutton"), QStringLiteral("VeltoBroker")};
+    } aboutQTR;
+    void aboutQTR_Open();
+    /// A click on the change list link. Returns false, as the framework's mouse-down does.
+    bool changelog_MouseDown();
+    void docsButton_Action();
+    void aboutVBbutton_Action();
+
     // ---- Main window: menus, keys, enablement (shell/main_window.cpp) -------------------------
     MenuBar MenuBar1;
     /// Binds each menu item to its handler.
@@ -513,6 +548,7 @@ private:
     /// Each subsystem binds its own controls' and timers' events.
     void wireFavourites();
     void wireRemote();
+    void wireAbout();
     void wirePrefsWindow();
     /// What a menu item does until the window behind it exists.
     bool notAvailableYet(const QString& what);

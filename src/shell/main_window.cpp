@@ -175,8 +175,6 @@ bool MainApp::_prefsMenu_Action() {
     prefsWindow.window.show();
     return true;
 }
-bool MainApp::_FileCheckforupdate_Action() { return notAvailableYet(QStringLiteral("Checking for updates")); }
-bool MainApp::_aboutMenu_Action() { return notAvailableYet(QStringLiteral("The About window")); }
 bool MainApp::_vbConnect_Action() { return notAvailableYet(QStringLiteral("VeltoBroker")); }
 bool MainApp::_vbQuit_Action() { return notAvailableYet(QStringLiteral("VeltoBroker")); }
 bool MainApp::_vbRequest_Action() { return notAvailableYet(QStringLiteral("VeltoBroker")); }
