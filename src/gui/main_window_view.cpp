@@ -17,6 +17,7 @@
 #include <QVBoxLayout>
 
 #include "device/main_app.h"
+#include "gui/about_view.h"
 #include "gui/activity_log_view.h"
 #include "gui/bind.h"
 #include "gui/listbox_model.h"
@@ -125,6 +126,7 @@ MainWindowView::MainWindowView(MainApp& app, QWidget* parent) : QMainWindow(pare
     resize(896, 557);
 
     new PrefsWindowView(app_, this);  // shows itself with its model
+    new AboutView(app_, this);  // shows itself with its model
     logWindow_ = new ActivityLogView(app_, this);
     showActivityLog(app_.activityLog.window.visible());
     gui::onModel(this, app_.activityLog.window.changed,
