@@ -1,5 +1,7 @@
 #include "app/command_line.h"
 
+#include <QUrl>
+
 namespace velto {
 
 CommandLine CommandLine::parse(const QStringList& arguments) {
@@ -18,11 +20,16 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
         else if (arg == QLatin1String("--log")) cl.log = true;
         else if (arg == QLatin1String("--log-serial")) cl.log = cl.logSerial = true;
         else if (arg == QLatin1String("--version")) cl.version = true;
+        else if (arg == QLatin1String("--check-update")) cl.checkUpdate = true;
         else if (arg == QLatin1String("--help") || arg == QLatin1String("-h")) cl.help = true;
         else if (arg == QLatin1String("--prefs")) value(cl.prefs);
         else if (arg == QLatin1String("--broadcast")) value(cl.broadcast);
+        else if (arg == QLatin1String("--update-url")) value(cl.updateUrl);
+        else if (arg == QLatin1String("--ca-file")) value(cl.caFile);
         else if (arg.startsWith(QLatin1String("--prefs="))) cl.prefs = arg.mid(8);
         else if (arg.startsWith(QLatin1String("--broadcast="))) cl.broadcast = arg.mid(12);
+        else if (arg.startsWith(QLatin1String("--update-url="))) cl.updateUrl = arg.mid(13);
+        else if (arg.startsWith(QLatin1String("--ca-file="))) cl.caFile = arg.mid(10);
         else if (arg.startsWith(QLatin1String("-platform")) || arg.startsWith(QLatin1String("-style"))) {
             ++i;  // Qt's own options, taken by QApplication
         } else {
@@ -30,13 +37,21 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
         }
         if (!cl.error.isEmpty()) break;
     }
+    if (cl.error.isEmpty() && cl.updateUrl) {
+        const QUrl url(*cl.updateUrl, QUrl::StrictMode);
+        if (!url.isValid() || url.scheme() != QLatin1String("https") || url.host().isEmpty())
+            cl.error = QStringLiteral("--update-url needs https://HOST[:PORT], not ") + *cl.updateUrl;
+    }
+    // The check is a one-shot run with no window.
+    if (cl.checkUpdate) cl.headless = true;
     return cl;
 }
 
 QString CommandLine::usage() {
     return QStringLiteral(
         "Usage: velto [--headless] [--prefs DIR] [--connect] [--log] [--log-serial]\n"
-        "             [--broadcast ADDR] [--version] [--help]\n"
+        "             [--broadcast ADDR] [--update-url URL] [--ca-file FILE]\n"
+        "             [--check-update] [--version] [--help]\n"
         "\n"
         "  --headless        run without a window, as a box server\n"
         "  --prefs DIR       read and write the settings files in DIR\n"
@@ -44,6 +59,10 @@ QString CommandLine::usage() {
         "  --log             open the activity log (headless: printed on standard output)\n"
         "  --log-serial      open the log and trace the serial line too\n"
         "  --broadcast ADDR  send LAN advertisements to ADDR\n"
+        "  --update-url URL  ask the update service at https://HOST[:PORT]\n"
+        "  --ca-file FILE    trust the CA certificates in the PEM file FILE too\n"
+        "  --check-update    check for a newer build and exit: 0 up to date, 10 newer\n"
+        "                    build offered, 1 check failed\n"
         "  --version         print the version and exit\n"
         "  --help            print this text and exit\n");
 }

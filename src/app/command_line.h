@@ -15,6 +15,12 @@ struct CommandLine {
     bool log = false;
     bool logSerial = false;
     std::optional<QString> broadcast;
+    /// The update service, https://HOST[:PORT].
+    std::optional<QString> updateUrl;
+    /// A PEM file of CA certificates trusted besides the system's.
+    std::optional<QString> caFile;
+    /// Check for an update and exit, with no window, no box and no start-up files.
+    bool checkUpdate = false;
     bool version = false;
     bool help = false;
     /// Set when the line could not be understood; the text says why.

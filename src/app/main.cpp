@@ -6,6 +6,8 @@
 // `velto-window` beside it, which is the same program with the widgets linked in.
 
 #include <QCoreApplication>
+#include <QSslCertificate>
+#include <QSslConfiguration>
 #include <QSocketNotifier>
 #include <QTimer>
 #include <csignal>
@@ -21,6 +23,7 @@
 #include "device/main_app.h"
 #include "platform/headless_dialogs.h"
 #include "platform/qt/qt_clock.h"
+#include "platform/qt/qt_https_client.h"
 #include "platform/qt/qt_network_info.h"
 #include "platform/qt/qt_serial_port.h"
 #include "platform/qt/qt_tcp_socket.h"
@@ -131,6 +134,17 @@ int main(int argc, char** argv) {
     quitOnSignals(*app);
     QCoreApplication::setApplicationName(QStringLiteral("velto"));
     QCoreApplication::setApplicationVersion(QString::fromLatin1(velto::MainApp::kVersion));
+    if (cl.caFile) {
+        // Trusted by every TLS client of the program, the services' as well as the update check's.
+        const QList<QSslCertificate> cas = QSslCertificate::fromPath(*cl.caFile, QSsl::Pem);
+        if (cas.isEmpty()) {
+            print(stderr, QStringLiteral("velto: no CA certificate could be read from ") + *cl.caFile);
+            return 2;
+        }
+        QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
+        tls.addCaCertificates(cas);
+        QSslConfiguration::setDefaultConfiguration(tls);
+    }
 
     velto::QtClock clock;
     velto::ExceptionBoundary boundary;
@@ -141,6 +155,7 @@ int main(int argc, char** argv) {
     velto::QtUdpFactory udp;
     velto::QtNetworkInfo network;
     if (cl.broadcast) network.setBroadcastOverride(*cl.broadcast);
+    velto::QtHttpsClient https;
 
     std::unique_ptr<velto::Dialogs> dialogs;
 #ifdef VELTO_WITH_GUI
@@ -171,6 +186,21 @@ int main(int argc, char** argv) {
     });
     if (!windowed)
         mainApp.activityLog.lineLogged.connect([](const QString& line) { print(stdout, line); });
+
+    platform.https = &https;
+    if (cl.updateUrl) mainApp.updateServiceUrl = *cl.updateUrl;
+    if (cl.checkUpdate) {
+        // The check alone: its message on standard error, its outcome in the exit status. A
+        // reply it can't read is reported by the boundary and counts as a failed check.
+        auto outcome = velto::MainApp::UpdateOutcome::Failed;
+        boundary.run([&] { outcome = mainApp.offerUpdate(); });
+        switch (outcome) {
+            case velto::MainApp::UpdateOutcome::UpToDate: return 0;
+            case velto::MainApp::UpdateOutcome::Offered: return 10;
+            case velto::MainApp::UpdateOutcome::Failed: return 1;
+        }
+        return 1;
+    }
 
     boundary.run([&] { mainApp.App_Event_Open(); });
 
