@@ -32,11 +32,6 @@ TEST(CaptionScripts, RunTheNamedScriptWithTextThenCamera) {
     // The clearing: an empty text is still an argument of its own.
     runner.run(QString::fromLatin1(kMessageCaptionScript), {QString(), QStringLiteral("Desk cam")});
     EXPECT_EQ(result(), QStringLiteral("2||Desk cam"));
-    // A script that isn't there changes nothing and raises nothing.
-    QFile::remove(out);
-    runner.run(QString::fromLatin1(kStatusCaptionScript),
-               {QStringLiteral("x"), QStringLiteral("y")});
-    EXPECT_EQ(result(), QStringLiteral("<none>"));
 }
 
 }  // namespace
