@@ -38,6 +38,7 @@
 #include <QApplication>
 
 #include "gui/main_window_view.h"
+#include "gui/qt_browser.h"
 #include "gui/qt_dialogs.h"
 #endif
 
@@ -78,6 +79,19 @@ void print(std::FILE* out, const QString& text) {
     std::fflush(out);
 }
 
+// Without a display Qt would abort in QApplication with advice to reinstall; say what to do.
+bool displayAvailable(const QStringList& arguments) {
+#if defined(Q_OS_UNIX) && !defined(Q_OS_MACOS)
+    if (arguments.contains(QLatin1String("-platform"))) return true;
+    for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+        if (!qEnvironmentVariableIsEmpty(name)) return true;
+    return false;
+#else
+    Q_UNUSED(arguments);
+    return true;
+#endif
+}
+
 #if defined(VELTO_WINDOW_PROGRAM)
 // Replaces this process by the windowed program beside it, with the same arguments.
 [[noreturn]] void runWindowProgram(char** argv) {
@@ -112,6 +126,10 @@ int main(int argc, char** argv) {
         return 0;
     }
 
+    if (!cl.headless && !displayAvailable(arguments)) {
+        print(stderr, QStringLiteral("no display: run velto --headless for a box server"));
+        return 2;
+    }
 #if defined(VELTO_WINDOW_PROGRAM)
     if (!cl.headless) runWindowProgram(argv);
 #endif
@@ -177,6 +195,12 @@ int main(int argc, char** argv) {
     platform.scripts = &captions;
 
     velto::MainApp mainApp(platform);
+    velto::HeadlessBrowser logBrowser([&mainApp](const QString& line) { mainApp.log(line); });
+    platform.browser = &logBrowser;
+#ifdef VELTO_WITH_GUI
+    velto::QtBrowser desktopBrowser;
+    if (windowed) platform.browser = &desktopBrowser;
+#endif
     velto::Dialogs* reportTo = dialogs.get();
     boundary.setReporter([windowed, reportTo](const QString& what) {
         if (windowed)

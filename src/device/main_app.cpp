@@ -43,6 +43,8 @@ MainApp::MainApp(Platform& platform)
     advertising.sendToSelf = false;
     window.setTitle(QString::fromLatin1(kTitle));
     window.setVisible(true);
+    // Auto power needs firmware 2.119; until a box has answered, the firmware is 0.
+    powerDynamic.setEnabled(firmwareVersion >= 2119);
 }
 
 MainApp::~MainApp() {

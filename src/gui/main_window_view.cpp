@@ -7,6 +7,10 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QSpinBox>
+#include <QTextEdit>
 #include <QMenuBar>
 #include <QPixmap>
 #include <QPushButton>
@@ -125,8 +129,9 @@ MainWindowView::MainWindowView(MainApp& app, QWidget* parent) : QMainWindow(pare
     buildMenus();
     resize(896, 557);
 
-    new PrefsWindowView(app_, this);  // shows itself with its model
+    qApp->installEventFilter(this);
     new AboutView(app_, this);  // shows itself with its model
+    new PrefsWindowView(app_, this);  // shows itself with its model
     logWindow_ = new ActivityLogView(app_, this);
     showActivityLog(app_.activityLog.window.visible());
     gui::onModel(this, app_.activityLog.window.changed,
@@ -469,17 +474,44 @@ void MainWindowView::changeEvent(QEvent* event) {
         guarded([this] { app_.Event_Activate(); });
 }
 
-void MainWindowView::keyPressEvent(QKeyEvent* event) {
-    const QString key = event->text();
-    if (key.size() == 1) guarded([this, &key] { app_.Event_KeyDown(key); });
-    QMainWindow::keyPressEvent(event);
+namespace {
+// The keys of the window's own handler, and whether the focus is taking typed text.
+bool isWindowKey(const QString& key) {
+    static const QString keys = QStringLiteral("Kk+UuD-d<>Nn");
+    return key.size() == 1 && keys.contains(key);
 }
+
+bool takesText(const QWidget* focus) {
+    if (!focus) return false;
+    if (qobject_cast<const QLineEdit*>(focus) || qobject_cast<const QAbstractSpinBox*>(focus) ||
+        qobject_cast<const QTextEdit*>(focus) || qobject_cast<const QPlainTextEdit*>(focus))
+        return !focus->property("readOnly").toBool();
+    if (const auto* combo = qobject_cast<const QComboBox*>(focus)) return combo->isEditable();
+    return false;
+}
+}  // namespace
 
 bool MainWindowView::eventFilter(QObject* watched, QEvent* event) {
     // A click on the clock is the label's own event.
     if (event->type() == QEvent::MouseButtonPress && watched->objectName() == app_.tickCounter.name()) {
         guarded([this] { app_.tickCounter_MouseDown(); });
         return true;
+    }
+    if (event->type() == QEvent::ShortcutOverride || event->type() == QEvent::KeyPress) {
+        auto* widget = qobject_cast<QWidget*>(watched);
+        if (!widget || widget->window() != this) return QMainWindow::eventFilter(watched, event);
+        auto* key = static_cast<QKeyEvent*>(event);
+        const Qt::KeyboardModifiers chord = key->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier);
+        if (event->type() == QEvent::ShortcutOverride) {
+            // Menu items' enablement is brought up to date before a shortcut is matched, not
+            // only when a menu opens.
+            if (chord != Qt::NoModifier) guarded([this] { app_.Event_EnableMenuItems(); });
+        } else if (chord == Qt::NoModifier && isWindowKey(key->text()) && !takesText(QApplication::focusWidget())) {
+            // The window's keys act whichever control has the focus, unless text is being typed.
+            const QString text = key->text();
+            guarded([this, &text] { app_.Event_KeyDown(text); });
+            return true;
+        }
     }
     return QMainWindow::eventFilter(watched, event);
 }

@@ -2,6 +2,8 @@
 
 #include <QApplication>
 #include <QFileDialog>
+#include <QGridLayout>
+#include <QLabel>
 #include <QMessageBox>
 
 namespace velto {
@@ -27,6 +29,24 @@ int ask(const QString& text, Dialogs::Icon icon, QMessageBox::StandardButtons bu
     box.setDefaultButton(fallback);
     return box.exec();
 }
+
+// The platform's own dialog has no place for a prompt; Qt's has, below its fields.
+std::optional<QString> chooseFile(const Dialogs::FileDialog& d, QFileDialog::AcceptMode mode, const QString& start) {
+    QFileDialog dialog(QApplication::activeWindow(), d.title, start, d.filter);
+    dialog.setAcceptMode(mode);
+    dialog.setFileMode(mode == QFileDialog::AcceptOpen ? QFileDialog::ExistingFile : QFileDialog::AnyFile);
+    dialog.setOption(QFileDialog::DontUseNativeDialog);
+    if (!d.prompt.isEmpty()) {
+        if (auto* grid = qobject_cast<QGridLayout*>(dialog.layout())) {
+            auto* prompt = new QLabel(d.prompt);
+            prompt->setObjectName(QStringLiteral("prompt"));
+            prompt->setWordWrap(true);
+            grid->addWidget(prompt, grid->rowCount(), 0, 1, grid->columnCount());
+        }
+    }
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return std::nullopt;
+    return dialog.selectedFiles().constFirst();
+}
 }  // namespace
 
 void QtDialogs::message(const QString& text) {
@@ -42,16 +62,12 @@ bool QtDialogs::yesNo(const QString& text, Icon icon, const QString& title) {
 }
 
 std::optional<QString> QtDialogs::openFile(const FileDialog& d) {
-    const QString path = QFileDialog::getOpenFileName(QApplication::activeWindow(), d.title, d.initialFolder, d.filter);
-    if (path.isEmpty()) return std::nullopt;
-    return path;
+    return chooseFile(d, QFileDialog::AcceptOpen, d.initialFolder);
 }
 
 std::optional<QString> QtDialogs::saveFile(const FileDialog& d) {
     const QString start = d.suggestedName.isEmpty() ? d.initialFolder : d.initialFolder + QLatin1Char('/') + d.suggestedName;
-    const QString path = QFileDialog::getSaveFileName(QApplication::activeWindow(), d.title, start, d.filter);
-    if (path.isEmpty()) return std::nullopt;
-    return path;
+    return chooseFile(d, QFileDialog::AcceptSave, start);
 }
 
 }  // namespace velto

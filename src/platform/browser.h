@@ -3,7 +3,7 @@
 
 #include <QString>
 #include <QStringList>
-#include <cstdio>
+#include <functional>
 
 namespace velto {
 
@@ -13,13 +13,14 @@ public:
     virtual void open(const QString& url) = 0;
 };
 
-/// With no window there is no browser: the address is printed for the user instead.
+/// With no window there is no browser: the address goes to the log, for the user to open.
 class HeadlessBrowser final : public Browser {
 public:
-    void open(const QString& url) override {
-        std::fprintf(stderr, "browser: %s\n", url.toUtf8().constData());
-        std::fflush(stderr);
-    }
+    explicit HeadlessBrowser(std::function<void(const QString&)> log) : log_(std::move(log)) {}
+    void open(const QString& url) override { log_(QStringLiteral("Open in a browser: ") + url); }
+
+private:
+    std::function<void(const QString&)> log_;
 };
 
 /// Records what would have been opened.

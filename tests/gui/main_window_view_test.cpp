@@ -6,6 +6,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
+#include <QDir>
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -16,8 +17,10 @@
 #include <QTabWidget>
 #include <QTableView>
 #include <QTest>
+#include <QTimer>
 
 #include "gui/main_window_view.h"
+#include "gui/qt_dialogs.h"
 #include "support/rig.h"
 
 using namespace velto;
@@ -108,13 +111,6 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
     logWindow->close();  // the user's close ends logging
     EXPECT_FALSE(rig->serverLogging);
 
-    // Keys reach the window's handler.
-    mark = rig.serial.writes.size();
-    const QString next = QStringLiteral("A") + QString::number(rig->channelA.value() + 1);
-    QTest::keyClick(view.get(), Qt::Key_Plus, Qt::NoModifier);
-    sent = rig.commandsSince(mark);
-    EXPECT_TRUE(sent.contains(next)) << sent.join(QLatin1Char(' ')).toStdString();
-
     // The window holds nothing of its own: a new one shows the same state.
     rig.advance(100);
     view.reset();
@@ -128,4 +124,63 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
     EXPECT_EQ(table2->model()->index(0, 0).data().toString(), QStringLiteral("Renamed"));
     EXPECT_TRUE(table2->selectionModel()->isRowSelected(0, {}));
     EXPECT_TRUE(rig.boundary.reports().isEmpty());
+}
+
+TEST(MainWindowView, KeysActWhicheverControlHasTheFocusButNotWhileTyping) {
+    Rig rig;
+    rig.connect();
+    MainWindowView view(*rig);
+    view.show();
+    QApplication::setActiveWindow(&view);
+    rig->storeCurrentSettings(false);
+    auto* table = find<QTableView>(view, QStringLiteral("favsList"));
+    auto* popup = find<QComboBox>(view, QStringLiteral("ModeControl"));
+    auto* field = find<QLineEdit>(view, QStringLiteral("adjustA"));
+    auto press = [&](QWidget* focus, char key) {
+        focus->setFocus();
+        const size_t mark = rig.serial.writes.size();
+        QTest::keyClick(focus, key);
+        rig.advance(1000);
+        QStringList sent = rig.commandsSince(mark);
+        sent.removeAll(QStringLiteral("V"));
+        return sent;
+    };
+    EXPECT_EQ(press(table, '+'), QStringList{QStringLiteral("A1")});
+    EXPECT_EQ(press(popup, 'K').value(0), QStringLiteral("K"));
+    EXPECT_EQ(press(popup, 'N'), QStringList{QStringLiteral("M1")});
+    EXPECT_EQ(popup->currentIndex(), 1);  // moved by the box's reply, not by the key
+    // Typed text stays text.
+    EXPECT_EQ(press(field, '+'), QStringList{});
+    EXPECT_EQ(rig->adjustA.text(), QStringLiteral("+"));
+
+    // A shortcut finds its item's enablement up to date, though no menu was opened.
+    MenuBar& m = rig->MenuBar1;
+    int pushed = 0;
+    m.disconnect.action.connect([&pushed] { ++pushed; });
+    rig->Event_EnableMenuItems();
+    rig->veltoKey = QStringLiteral("KEY");
+    rig.connectSocket.peerConnects();
+    rig.advance(1);
+    ASSERT_FALSE(m.disconnect.enabled());
+    table->setFocus();
+    QTest::keyClick(table, Qt::Key_D, Qt::ControlModifier);
+    EXPECT_TRUE(m.disconnect.enabled());
+    EXPECT_EQ(pushed, 1);
+    EXPECT_TRUE(rig.boundary.reports().isEmpty());
+}
+
+TEST(MainWindowView, FileDialogsShowTheirPrompt) {
+    QString shown;
+    QTimer::singleShot(0, [&shown] {
+        QWidget* dialog = QApplication::activeModalWidget();
+        ASSERT_NE(dialog, nullptr);
+        if (auto* prompt = dialog->findChild<QLabel*>(QStringLiteral("prompt"))) shown = prompt->text();
+        dialog->close();
+    });
+    QtDialogs dialogs;
+    const auto chosen = dialogs.openFile({QStringLiteral("Load favourites file"),
+                                          QStringLiteral("Select a favourites file (.qvf) to load"), QDir::tempPath(),
+                                          {}, QStringLiteral("Velto Favourites (*.qvf)")});
+    EXPECT_FALSE(chosen.has_value());
+    EXPECT_EQ(shown, QStringLiteral("Select a favourites file (.qvf) to load"));
 }

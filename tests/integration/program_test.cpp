@@ -181,6 +181,16 @@ TEST(Program, WithoutHeadlessItOpensItsWindowThroughTheWindowProgram) {
     ASSERT_TRUE(velto.waitForFinished(5000));
     EXPECT_EQ(velto.exitCode(), 0);
 
+    // With no display at all, one line says what to do instead.
+    QProcess blind;
+    QProcessEnvironment none = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"}) none.remove(QString::fromLatin1(name));
+    blind.setProcessEnvironment(none);
+    blind.start(QStringLiteral(VELTO_APP_PATH), {QStringLiteral("--prefs"), prefs.path()});
+    ASSERT_TRUE(blind.waitForFinished(5000));
+    EXPECT_EQ(blind.exitCode(), 2);
+    EXPECT_EQ(blind.readAllStandardError(), QByteArray("no display: run velto --headless for a box server\n"));
+
     // Headless, the widgets are never loaded.
     QProcess server;
     server.start(QStringLiteral(VELTO_APP_PATH), {QStringLiteral("--headless"), QStringLiteral("--prefs"), prefs.path()});

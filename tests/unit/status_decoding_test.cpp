@@ -179,6 +179,7 @@ TEST(StatusDecoding, FirmwareFieldSetsTheVersionTheLabelAndDynamicPower) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.firmware);
         Rig rig;
+        EXPECT_FALSE(rig->powerDynamic.enabled());  // no box has answered yet
         connectTo(rig, QString::fromLatin1(c.firmware));
         EXPECT_EQ(rig->firmwareVersion, c.version);
         EXPECT_EQ(rig->firmwareLabel.text(), QString::fromUtf8(c.label));
