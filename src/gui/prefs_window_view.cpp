@@ -1,6 +1,7 @@
 #include "gui/prefs_window_view.h"
 
 #include <QCloseEvent>
+#include <QCoreApplication>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QPushButton>
@@ -49,7 +50,8 @@ QLineEdit* shortField(TextField& model) {
 
 }  // namespace
 
-PrefsWindowView::PrefsWindowView(MainApp& app, QWidget* parent) : QWidget(parent, Qt::Window), app_(app) {
+PrefsWindowView::PrefsWindowView(MainApp& app, QWidget* parent)
+    : QWidget(parent, Qt::Window), app_(app) {
     MainApp::PrefsWindow& w = app_.prefsWindow;
     setObjectName(w.window.name());
 
@@ -127,6 +129,11 @@ PrefsWindowView::PrefsWindowView(MainApp& app, QWidget* parent) : QWidget(parent
         show();
         raise();
         activateWindow();
+    });
+    // Quitting closes the open window as its close box would: what it holds is saved.
+    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
+        if (app_.prefsWindow.window.visible())
+            app_.platform().boundary.run([this] { app_.prefsWindow.window.close(); });
     });
     setVisible(w.window.visible());
 }

@@ -22,7 +22,9 @@ public:
 
 void MainApp::wirePrefsWindow() {
     ExceptionBoundary& b = p_.boundary;
-    auto on = [&b](Signal<>& event, std::function<void()> handler) { event.connect(b.wrap(std::move(handler))); };
+    auto on = [&b](Signal<>& event, std::function<void()> handler) {
+        event.connect(b.wrap(std::move(handler)));
+    };
     PrefsWindow& w = prefsWindow;
     on(w.window.activated, [this] { prefsWindow_Activate(); });
     on(w.window.closed, [this] { prefsWindow_Close(); });
@@ -35,13 +37,17 @@ void MainApp::wirePrefsWindow() {
     // The scan button is wired with the rest of discovery.
 
     w.comPorts.setVisible(false);
-    w.GroupBox1.setHelpTag(QStringLiteral("Set the operation mode for the software. Solo is for normal use; Master "
-                                          "and Slave allow use over a network or the internet"));
-    w.portAutoDetect.setHelpTag(QStringLiteral("Click to try and auto-detect the serial port to use"));
-    w.autoAdjustMove.setHelpTag(QStringLiteral("Tick to automatically fix the 'Adjust' times, lengthening the time "
-                                               "period where necessary, based on the number of steps"));
-    const QString httpTag = QStringLiteral("Tick to enable HTTP (web) control mode. Web pages that drive a slave: ") +
-                            QString::fromLatin1(kWebScriptsUrl);
+    w.GroupBox1.setHelpTag(
+        QStringLiteral("Set the operation mode for the software. Solo is for normal use; Master "
+                       "and Slave allow use over a network or the internet"));
+    w.portAutoDetect.setHelpTag(
+        QStringLiteral("Click to try and auto-detect the serial port to use"));
+    w.autoAdjustMove.setHelpTag(
+        QStringLiteral("Tick to automatically fix the 'Adjust' times, lengthening the time "
+                       "period where necessary, based on the number of steps"));
+    const QString httpTag =
+        QStringLiteral("Tick to enable HTTP (web) control mode. Web pages that drive a slave: ") +
+        QString::fromLatin1(kWebScriptsUrl);
     w.httpMode.setHelpTag(httpTag);
     // The EvoCam box has always carried the HTTP box's tag; it stays as users know it.
     w.evoCamLink.setHelpTag(httpTag);
@@ -50,9 +56,12 @@ void MainApp::wirePrefsWindow() {
 void MainApp::prefsWindow_Activate() {
     PrefsWindow& w = prefsWindow;
     RadioButton* chosen = nullptr;
-    if (same(systemMode, QStringLiteral("solo"))) chosen = &w.modeSolo;
-    else if (same(systemMode, QStringLiteral("master"))) chosen = &w.modeMaster;
-    else if (same(systemMode, QStringLiteral("slave"))) chosen = &w.modeSlave;
+    if (same(systemMode, QStringLiteral("solo")))
+        chosen = &w.modeSolo;
+    else if (same(systemMode, QStringLiteral("master")))
+        chosen = &w.modeMaster;
+    else if (same(systemMode, QStringLiteral("slave")))
+        chosen = &w.modeSlave;
     // Any other word leaves the buttons as they are. Turning one on runs its Action, as a click
     // would; that sets the mode it already has.
     if (chosen) {
@@ -145,7 +154,8 @@ void MainApp::prefsWindow_Close() {
     const QByteArray bytes = out.toUtf8();
     // QSaveFile misses an error that only shows when its buffer is flushed at commit, and would
     // put a cut-short file in place: flush and check first.
-    if (file.write(bytes) != bytes.size() || !file.flush() || file.error() != QFileDevice::NoError) {
+    if (file.write(bytes) != bytes.size() || !file.flush() ||
+        file.error() != QFileDevice::NoError) {
         file.cancelWriting();
         return;
     }
@@ -163,7 +173,9 @@ void MainApp::modeMaster_Action() {
 }
 
 // The network follows at the next Connect; the idle stop is armed by the peer's lines.
-void MainApp::modeSlave_Action() { systemMode = QStringLiteral("slave"); }
+void MainApp::modeSlave_Action() {
+    systemMode = QStringLiteral("slave");
+}
 
 void MainApp::portAutoDetect_Action() {
     PrefsWindow& w = prefsWindow;
@@ -174,11 +186,13 @@ void MainApp::portAutoDetect_Action() {
         if (InStr(name, QStringLiteral("usbserial")) > 0)
             device = QStringLiteral("/dev/tty.") + name;
         // Linux names its USB serial adapters ttyUSBn (FTDI and the like) or ttyACMn (CDC).
-        else if (name.startsWith(QLatin1String("ttyUSB")) || name.startsWith(QLatin1String("ttyACM")))
+        else if (name.startsWith(QLatin1String("ttyUSB")) ||
+                 name.startsWith(QLatin1String("ttyACM")))
             device = QStringLiteral("/dev/") + name;
         if (!device.isEmpty()) {
             w.portName.setText(device);
-            message += (message.isEmpty() ? QStringLiteral("Found: ") : QStringLiteral(", ")) + name;
+            message +=
+                (message.isEmpty() ? QStringLiteral("Found: ") : QStringLiteral(", ")) + name;
         }
         p_.clock.yield();
     }

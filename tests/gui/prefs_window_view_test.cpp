@@ -53,14 +53,17 @@ TEST(PrefsWindowView, FollowsItsModelsAndReachesTheHandlers) {
     EXPECT_EQ(portNumber->text(), QStringLiteral("7900"));
     EXPECT_TRUE(find<QRadioButton>(*view, QStringLiteral("modeMaster"))->isChecked());
     EXPECT_FALSE(find<QWidget>(*view, QStringLiteral("comPorts"))->isVisible());
-    EXPECT_TRUE(find<QCheckBox>(*view, QStringLiteral("evoCamLink"))->toolTip().startsWith(
-        QStringLiteral("Tick to enable HTTP (web) control mode.")));
+    EXPECT_TRUE(find<QCheckBox>(*view, QStringLiteral("evoCamLink"))
+                    ->toolTip()
+                    .startsWith(QStringLiteral("Tick to enable HTTP (web) control mode.")));
 
     // Models to widgets.
     rig.serialPorts.names = {QStringLiteral("ttyUSB0")};
     find<QPushButton>(*view, QStringLiteral("portAutoDetect"))->click();
-    EXPECT_EQ(find<QLabel>(*view, QStringLiteral("portsInfo"))->text(), QStringLiteral("Found: ttyUSB0"));
-    EXPECT_EQ(find<QLineEdit>(*view, QStringLiteral("portName"))->text(), QStringLiteral("/dev/ttyUSB0"));
+    EXPECT_EQ(find<QLabel>(*view, QStringLiteral("portsInfo"))->text(),
+              QStringLiteral("Found: ttyUSB0"));
+    EXPECT_EQ(find<QLineEdit>(*view, QStringLiteral("portName"))->text(),
+              QStringLiteral("/dev/ttyUSB0"));
     auto* tabs = find<QTabWidget>(*view, QStringLiteral("brokerOpts"));
     rig->prefsWindow.brokerOpts.setValue(1);
     EXPECT_EQ(tabs->currentIndex(), 1);

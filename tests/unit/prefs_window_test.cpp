@@ -27,7 +27,9 @@ QString readText(const QString& path) {
     return QString::fromUtf8(file.readAll());
 }
 
-QStringList filesIn(const Rig& rig) { return QDir(rig.prefsDir.path()).entryList(QDir::Files); }
+QStringList filesIn(const Rig& rig) {
+    return QDir(rig.prefsDir.path()).entryList(QDir::Files);
+}
 
 }  // namespace
 
@@ -120,7 +122,9 @@ TEST(PrefsWindow, DoneTakesTheFieldsTheCloseBoxKeepsOnlyThePortNameAndTheBoxes) 
     EXPECT_TRUE(app.updateEvocam);
     EXPECT_EQ(app.evoCamName, QStringLiteral("Cam"));
     const QString closed = readText(rig.prefPath(kPrefs));
-    EXPECT_TRUE(closed.startsWith(QStringLiteral("serial=/dev/ttyACM0\nport=7846\nhost=\ntimeout=600\n"))) << closed.toStdString();
+    EXPECT_TRUE(
+        closed.startsWith(QStringLiteral("serial=/dev/ttyACM0\nport=7846\nhost=\ntimeout=600\n")))
+        << closed.toStdString();
 
     // Done: every field; a time-out that is no number is 0.
     app.httpResponse = true;
@@ -142,8 +146,10 @@ TEST(PrefsWindow, DoneTakesTheFieldsTheCloseBoxKeepsOnlyThePortNameAndTheBoxes) 
     EXPECT_EQ(app.brokerPIN, QStringLiteral("99"));
     EXPECT_TRUE(app.useBroker);
     EXPECT_TRUE(app.checkResponses);
-    EXPECT_TRUE(app.httpSlave && app.httpResponse);  // a ticked HTTP box leaves the reply mode alone
-    EXPECT_TRUE(readText(rig.prefPath(kPrefs)).contains(QStringLiteral("\nport=8000\nhost=127.0.0.3\ntimeout=0\n")));
+    EXPECT_TRUE(app.httpSlave &&
+                app.httpResponse);  // a ticked HTTP box leaves the reply mode alone
+    EXPECT_TRUE(readText(rig.prefPath(kPrefs))
+                    .contains(QStringLiteral("\nport=8000\nhost=127.0.0.3\ntimeout=0\n")));
 
     // An unticked HTTP box ends HTTP mode and its reply mode.
     w.window.activate();
@@ -156,7 +162,8 @@ TEST(PrefsWindow, DoneTakesTheFieldsTheCloseBoxKeepsOnlyThePortNameAndTheBoxes) 
     // The broker's advanced options are a window still to come.
     w.brokerOptionsButton.push();
     EXPECT_EQ(rig.dialogs.messages,
-              QStringList{QStringLiteral("The VeltoBroker options window is not available yet in this version.")});
+              QStringList{QStringLiteral(
+                  "The VeltoBroker options window is not available yet in this version.")});
 }
 
 TEST(PrefsWindow, ModeButtonsSetTheModeAndOnlySoloAndMasterStopTheIdleTimer) {
@@ -205,28 +212,27 @@ TEST(PrefsWindow, TheFileIsWrittenLineByLineAndReadsBack) {
     app.App.favsName = favs;
     w.window.activate();
     w.window.close();
-    EXPECT_EQ(readText(rig.prefPath(kPrefs)),
-              QStringLiteral("serial=/dev/ttyUSB0\n"
-                             "port=7901\n"
-                             "host=127.0.0.4\n"
-                             "timeout=120\n"
-                             "mode=master\n"
-                             "brokerid=me@velto.example\n"
-                             "brokerpin=12=34\n"
-                             "brokerprofile=Hello = world\n"
-                             "usebroker=true\n"
-                             "http=true\n"
-                             "autoadjust=false\n"
-                             "brokerauto=peer\n"
-                             "brokeraccept=ann\n"
-                             "brokeraccept=bob\n"
-                             "brokerreject=eve\n"
-                             "brokerreject=mallory\n"
-                             "evolink=true\n"
-                             "evocam=Cam 1\n"
-                             "errorcorrection=true\n"
-                             "favsfile=") +
-                  favs);
+    EXPECT_EQ(readText(rig.prefPath(kPrefs)), QStringLiteral("serial=/dev/ttyUSB0\n"
+                                                             "port=7901\n"
+                                                             "host=127.0.0.4\n"
+                                                             "timeout=120\n"
+                                                             "mode=master\n"
+                                                             "brokerid=me@velto.example\n"
+                                                             "brokerpin=12=34\n"
+                                                             "brokerprofile=Hello = world\n"
+                                                             "usebroker=true\n"
+                                                             "http=true\n"
+                                                             "autoadjust=false\n"
+                                                             "brokerauto=peer\n"
+                                                             "brokeraccept=ann\n"
+                                                             "brokeraccept=bob\n"
+                                                             "brokerreject=eve\n"
+                                                             "brokerreject=mallory\n"
+                                                             "evolink=true\n"
+                                                             "evocam=Cam 1\n"
+                                                             "errorcorrection=true\n"
+                                                             "favsfile=") +
+                                                  favs);
     EXPECT_EQ(filesIn(rig), QStringList{kPrefs});
 
     // The reader gets it all back, but for a value's tail after a second "=".
@@ -317,7 +323,8 @@ TEST(PrefsWindow, AFailedSaveLeavesTheOldFileAndNoFolderIsAFailure) {
         EXPECT_EQ(filesIn(rig), QStringList{kPrefs});
         // With room again the same close goes through.
         rig->prefsWindow.window.close();
-        EXPECT_TRUE(readText(rig.prefPath(kPrefs)).startsWith(QStringLiteral("serial=/dev/tty.usbserial\n")));
+        EXPECT_TRUE(readText(rig.prefPath(kPrefs))
+                        .startsWith(QStringLiteral("serial=/dev/tty.usbserial\n")));
     }
 #endif
 }
@@ -335,7 +342,8 @@ TEST(PrefsWindow, AutoDetectFindsUsbSerialPorts) {
     EXPECT_EQ(w.portName.text(), QStringLiteral("/dev/mine"));
 
     // Two of the kind, the event loop let in after each port: the last one wins the field.
-    rig.serialPorts.names = {QStringLiteral("usbserial-A1"), QStringLiteral("ttyS0"), QStringLiteral("USBSerial-B2")};
+    rig.serialPorts.names = {QStringLiteral("usbserial-A1"), QStringLiteral("ttyS0"),
+                             QStringLiteral("USBSerial-B2")};
     QStringList seen;
     rig.clock.post(0, [&] { seen << w.portName.text(); });
     w.portAutoDetect.push();
@@ -344,14 +352,16 @@ TEST(PrefsWindow, AutoDetectFindsUsbSerialPorts) {
     EXPECT_EQ(w.portsInfo.text(), QStringLiteral("Found: usbserial-A1, USBSerial-B2"));
 
     // Linux's USB adapters, by their full path; a built-in port or a look-alike is not one.
-    rig.serialPorts.names = {QStringLiteral("ttyUSB0"), QStringLiteral("ttyS1"), QStringLiteral("ttyACM1"),
-                             QStringLiteral("xttyUSB9")};
+    rig.serialPorts.names = {QStringLiteral("ttyUSB0"), QStringLiteral("ttyS1"),
+                             QStringLiteral("ttyACM1"), QStringLiteral("xttyUSB9")};
     w.portAutoDetect.push();
     EXPECT_EQ(w.portName.text(), QStringLiteral("/dev/ttyACM1"));
     EXPECT_EQ(w.portsInfo.text(), QStringLiteral("Found: ttyUSB0, ttyACM1"));
 
     // The Qt list: macOS's call-out and dial-in names of one device are one port.
-    EXPECT_EQ(QtSerialPortList::listed({QStringLiteral("cu.usbserial-A1"), QStringLiteral("tty.usbserial-A1"),
+    EXPECT_EQ(QtSerialPortList::listed({QStringLiteral("cu.usbserial-A1"),
+                                        QStringLiteral("tty.usbserial-A1"),
                                         QStringLiteral("cu.Bluetooth"), QStringLiteral("ttyUSB0")}),
-              (QStringList{QStringLiteral("usbserial-A1"), QStringLiteral("Bluetooth"), QStringLiteral("ttyUSB0")}));
+              (QStringList{QStringLiteral("usbserial-A1"), QStringLiteral("Bluetooth"),
+                           QStringLiteral("ttyUSB0")}));
 }
