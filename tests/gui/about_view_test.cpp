@@ -25,6 +25,7 @@ TEST(AboutView, ShowsWithItsModelAndItsLinksOpenPages) {
     EXPECT_TRUE(about->isVisible());
     EXPECT_EQ(about->windowTitle(), QStringLiteral("About this app"));
     EXPECT_EQ(about->size(), QSize(400, 400));
+    EXPECT_EQ(about->findChild<QLabel*>(QStringLiteral("versionMajor"))->text(), QStringLiteral("Version: 2.6.1"));
     EXPECT_EQ(about->findChild<QLabel*>(QStringLiteral("buildInfo"))->text(), QStringLiteral("Build: 260 (OS X)"));
     const QPixmap picture = about->findChild<QLabel*>(QStringLiteral("Canvas1"))->pixmap();
     ASSERT_FALSE(picture.isNull());
@@ -40,4 +41,6 @@ TEST(AboutView, ShowsWithItsModelAndItsLinksOpenPages) {
     about->close();
     EXPECT_FALSE(rig->aboutQTR.window.visible());
     EXPECT_FALSE(about->isVisible());
+    rig->MenuBar1.aboutMenu.push();
+    EXPECT_TRUE(about->isVisible());
 }

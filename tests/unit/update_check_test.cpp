@@ -1,4 +1,4 @@
-// The update check against a scripted service, and the About window.
+// The update check against a scripted service, in virtual time.
 
 #include <gtest/gtest.h>
 
@@ -128,31 +128,4 @@ TEST(UpdateCheck, RepliesItCantReadGoToTheUnhandledReport) {
     rig.https.reply = appinfo(QStringLiteral("ok"), QStringLiteral("1"));
     rig->MenuBar1.FileCheckforupdate.push();
     EXPECT_EQ(rig.dialogs.messages, QStringList{kUpToDate});
-}
-
-TEST(AboutWindow, OpensFilledAndItsLinksOpenTheirPages) {
-    Rig rig;
-    RecordingBrowser browser;
-    rig.platform->browser = &browser;
-    MainApp::AboutWindow& about = rig->aboutQTR;
-    EXPECT_FALSE(about.window.visible());
-
-    rig->MenuBar1.aboutMenu.push();
-    EXPECT_TRUE(about.window.visible());
-    EXPECT_EQ(about.window.title(), QStringLiteral("About this app"));
-    EXPECT_EQ(about.Label1.text(), QStringLiteral("Velto Control/Server"));
-    EXPECT_EQ(about.versionMajor.text(), QStringLiteral("Version: 2.6.1"));
-    EXPECT_EQ(about.buildInfo.text(), QStringLiteral("Build: 260 (OS X)"));
-    EXPECT_FALSE(about.appInfoText.text().isEmpty());
-
-    EXPECT_FALSE(rig->changelog_MouseDown());
-    about.docsButton.push();
-    about.aboutVBbutton.push();
-    EXPECT_EQ(browser.opened, (QStringList{QString::fromLatin1(MainApp::kChangesUrl), QString::fromLatin1(MainApp::kDocsUrl),
-                                           QString::fromLatin1(MainApp::kServiceAboutUrl)}));
-
-    // Closed and chosen again, it comes back.
-    about.window.close();
-    rig->MenuBar1.aboutMenu.push();
-    EXPECT_TRUE(about.window.visible());
 }
