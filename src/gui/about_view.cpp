@@ -17,13 +17,7 @@ namespace velto {
 
 namespace {
 
-template <class W, class M>
-W* bound(M& model) {
-    auto* widget = new W;
-    widget->setObjectName(model.name());
-    gui::bind(widget, model);
-    return widget;
-}
+using gui::bound;
 
 // One channel's trace across the picture: a burst of pulses that swells and fades.
 QPainterPath trace(int size, double baseline, double height, double phase) {

@@ -79,7 +79,13 @@ void bind(QRadioButton* widget, RadioButton& model) {
     });
 }
 
-void bindGroup(const std::vector<std::pair<QRadioButton*, RadioButton*>>& group) {
+void radioGroup(QBoxLayout* row, const std::vector<RadioButton*>& models) {
+    std::vector<std::pair<QRadioButton*, RadioButton*>> group;
+    for (RadioButton* model : models) {
+        auto* widget = new QRadioButton;
+        widget->setObjectName(model->name());
+        group.emplace_back(widget, model);
+    }
     for (const auto& [widget, model] : group) {
         // Connected before the button's own binding, so the others go off before it comes on.
         QObject::connect(widget, &QRadioButton::clicked, widget, [group, model = model] {
@@ -88,6 +94,7 @@ void bindGroup(const std::vector<std::pair<QRadioButton*, RadioButton*>>& group)
                 if (other.second != model) other.second->setValue(false);
         });
         bind(widget, *model);
+        row->addWidget(widget);
     }
 }
 

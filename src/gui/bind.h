@@ -4,6 +4,7 @@
 // own. Sliders report on release, as the box wants one command per move, not one per pixel.
 
 #include <QAbstractButton>
+#include <QBoxLayout>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGroupBox>
@@ -28,14 +29,24 @@ void bind(QGroupBox* widget, GroupBox& model);
 void bind(QSlider* widget, Slider& model);
 void bind(QAbstractButton* widget, PushButton& model);
 void bind(QRadioButton* widget, RadioButton& model);
-/// Radio buttons of one group: choosing one switches the others' models off.
-void bindGroup(const std::vector<std::pair<QRadioButton*, RadioButton*>>& group);
+/// Radio buttons of one group, one per model, named after it and added to `row`: choosing one
+/// switches the others' models off.
+void radioGroup(QBoxLayout* row, const std::vector<RadioButton*>& models);
 void bind(QCheckBox* widget, CheckBox& model);
 void bind(QComboBox* widget, PopupMenu& model);
 void bind(QLineEdit* widget, TextField& model);
 void bind(QPlainTextEdit* widget, TextArea& model);
 /// The current tab. Bind after the view has added the tabs.
 void bind(QTabWidget* widget, TabPanel& model);
+
+/// A new widget named after its model and bound to it.
+template <class W, class M>
+W* bound(M& model) {
+    auto* widget = new W;
+    widget->setObjectName(model.name());
+    bind(widget, model);
+    return widget;
+}
 
 /// Disconnects a model listener when the widget goes, so a model never calls a dead widget.
 void onModel(QWidget* widget, Signal<>& signal, std::function<void()> refresh);

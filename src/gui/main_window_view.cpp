@@ -46,13 +46,7 @@ QLabel* caption(const QString& name) {
     return label;
 }
 
-template <class W, class M>
-W* bound(M& model) {
-    auto* widget = new W;
-    widget->setObjectName(model.name());
-    gui::bind(widget, model);
-    return widget;
-}
+using gui::bound;
 
 QToolButton* stepButton(PushButton& model) {
     auto* button = bound<QToolButton>(model);
@@ -177,17 +171,7 @@ QWidget* MainWindowView::buildFrontPanel() {
     auto* power = new QGroupBox(captionText(QStringLiteral("Label6")));
     power->setObjectName(app_.GroupBox1.name());
     gui::bindCommon(power, app_.GroupBox1);
-    auto* powerRow = new QHBoxLayout(power);
-    auto* lo = new QRadioButton;
-    auto* hi = new QRadioButton;
-    auto* dyn = new QRadioButton;
-    lo->setObjectName(app_.powerLo.name());
-    hi->setObjectName(app_.powerHi.name());
-    dyn->setObjectName(app_.powerDynamic.name());
-    gui::bindGroup({{lo, &app_.powerLo}, {hi, &app_.powerHi}, {dyn, &app_.powerDynamic}});
-    powerRow->addWidget(lo);
-    powerRow->addWidget(hi);
-    powerRow->addWidget(dyn);
+    gui::radioGroup(new QHBoxLayout(power), {&app_.powerLo, &app_.powerHi, &app_.powerDynamic});
     modeColumn->addWidget(power);
     modeRow->addLayout(modeColumn, 1);
 

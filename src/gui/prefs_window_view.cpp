@@ -14,13 +14,7 @@ namespace velto {
 
 namespace {
 
-template <class W, class M>
-W* bound(M& model) {
-    auto* widget = new W;
-    widget->setObjectName(model.name());
-    gui::bind(widget, model);
-    return widget;
-}
+using gui::bound;
 
 /// A caption over a group of fields.
 QLabel* heading(Label& model) {
@@ -59,16 +53,7 @@ PrefsWindowView::PrefsWindowView(MainApp& app, QWidget* parent)
     modes->setObjectName(w.GroupBox1.name());
     gui::bind(modes, w.GroupBox1);
     auto* modeRow = new QHBoxLayout(modes);
-    auto* solo = new QRadioButton;
-    auto* master = new QRadioButton;
-    auto* slave = new QRadioButton;
-    solo->setObjectName(w.modeSolo.name());
-    master->setObjectName(w.modeMaster.name());
-    slave->setObjectName(w.modeSlave.name());
-    gui::bindGroup({{solo, &w.modeSolo}, {master, &w.modeMaster}, {slave, &w.modeSlave}});
-    modeRow->addWidget(solo);
-    modeRow->addWidget(master);
-    modeRow->addWidget(slave);
+    gui::radioGroup(modeRow, {&w.modeSolo, &w.modeMaster, &w.modeSlave});
     modeRow->addStretch();
 
     auto* left = new QVBoxLayout;

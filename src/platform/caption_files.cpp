@@ -1,6 +1,6 @@
 #include "platform/caption_files.h"
 
-#include <QSaveFile>
+#include "platform/save_file.h"
 
 namespace velto {
 
@@ -15,14 +15,7 @@ void CaptionFiles::run(const QString& script, const QStringList& parameters) {
     // The camera name (the second parameter) is not used: it picks a camera inside the webcam
     // application, while a streaming program reads one file per caption whatever the camera.
     // No line end is added, so a text source shows exactly the caption.
-    QSaveFile file(preferences_.child(name));
-    if (!file.open(QIODevice::WriteOnly)) return;
-    const QByteArray text = parameters.value(0).toUtf8();
-    // QSaveFile misses an error that only shows when its buffer is flushed at commit, and would
-    // put a cut-short file in place: flush and check first. On failure the old file stays.
-    if (file.write(text) != text.size() || !file.flush() || file.error() != QFileDevice::NoError)
-        return;
-    file.commit();
+    saveWhole(preferences_.child(name), parameters.value(0).toUtf8(), false);
 }
 
 }  // namespace velto

@@ -5,11 +5,11 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QTextStream>
 #include <algorithm>
 
 #include "device/main_app.h"
+#include "platform/save_file.h"
 #include "platform/boundary.h"
 #include "platform/text.h"
 
@@ -215,13 +215,9 @@ void MainApp::saveFavourites() {
         return;  // a path whose folder is gone can't be created: an I/O error, and silent
     }
 
-    // Written beside the target and renamed into place on commit: a save that fails or is cut
-    // short leaves the old file whole. That includes the walk below failing on an empty list
-    // with a LastIndex: the failure is still raised, and the old file stays as it was.
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) return;
-    QTextStream out(&file);
-    out << ";firmware=" << Str(firmwareVersion) << '\n';
+    // Saved whole: a walk below that fails on an empty list with a LastIndex still raises its
+    // failure, and the old file stays as it was.
+    QString out = QStringLiteral(";firmware=") + Str(firmwareVersion) + QLatin1Char('\n');
 
     // The test stands at the end of the loop, so row 0 is visited even in an empty list.
     int row = 0;
@@ -231,19 +227,13 @@ void MainApp::saveFavourites() {
             for (int column = 0; column < 11; ++column)
                 cells.append(column == 4 ? Str(qint64(favsList.cellState(row, 4)))
                                          : favsList.cell(row, column));
-            out << cells.join(QLatin1Char(',')) << '\n';
+            out += cells.join(QLatin1Char(',')) + QLatin1Char('\n');
         }
         p_.clock.yield();
         ++row;
     } while (row != favsList.listCount());
 
-    // QSaveFile misses an error that only shows when its own buffer is flushed at commit, and
-    // would put a cut-short file in place: flush and check first. On failure the temporary
-    // file goes with `file`, and nothing is reported.
-    out.flush();
-    if (out.status() != QTextStream::Ok || !file.flush() || file.error() != QFileDevice::NoError)
-        return;
-    file.commit();  // a failed rename is not reported either
+    saveWhole(path, out.toUtf8());  // a failed save is not reported
 }
 
 bool MainApp::_openFavs_Action() {

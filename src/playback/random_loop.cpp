@@ -1,11 +1,11 @@
 // Random and loop playback, and "veltorandom.ini".
 
 #include <QFile>
-#include <QSaveFile>
 #include <QTextStream>
 #include <utility>
 
 #include "device/main_app.h"
+#include "platform/save_file.h"
 #include "platform/text.h"
 
 namespace velto {
@@ -174,9 +174,6 @@ void MainApp::readRandomSettings(const QString& path) {
 
 void MainApp::saveRandom() {
     if (!p_.preferences.available()) return;
-    // Written beside the old file and renamed over it: a failed save leaves the old one whole.
-    QSaveFile file(p_.preferences.child(QStringLiteral("veltorandom.ini")));
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) return;
     const std::pair<const char*, QString> lines[] = {{"delayfirst", checkboxToText(delayFirst)},
                                                      {"delayvalue", firstDelay.text()},
                                                      {"delaybetween", checkboxToText(delayBetween)},
@@ -193,13 +190,7 @@ void MainApp::saveRandom() {
                                                      {"loopruntime", loopRuntime.text()}};
     QByteArray out;
     for (const auto& [key, value] : lines) out += QByteArray(key) + '=' + value.toUtf8() + '\n';
-    // QSaveFile misses an error that only shows when its buffer is flushed at commit, and would
-    // put a cut-short file in place: flush and check first.
-    if (file.write(out) != out.size() || !file.flush() || file.error() != QFileDevice::NoError) {
-        file.cancelWriting();
-        return;
-    }
-    file.commit();  // an I/O error is swallowed without a word
+    saveWhole(p_.preferences.child(QStringLiteral("veltorandom.ini")), out);  // I/O errors are swallowed
 }
 
 }  // namespace velto

@@ -2,10 +2,10 @@
 // own: it is filled from the properties at each activation, Done takes the typed fields back,
 // and every close takes over the port name and the boxes and writes the file whole.
 
-#include <QSaveFile>
 #include <stdexcept>
 
 #include "device/main_app.h"
+#include "platform/save_file.h"
 #include "platform/text.h"
 
 namespace velto {
@@ -122,10 +122,6 @@ void MainApp::prefsWindow_Close() {
 
     if (!p_.preferences.available())
         throw NilObject("NilObjectException: no Preferences folder to write \"veltoprefs.ini\" in");
-    // Written beside the old file and renamed over it: a failed save leaves the old one whole.
-    QSaveFile file(p_.preferences.child(QStringLiteral("veltoprefs.ini")));
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) return;  // I/O errors pass in silence
-
     QString out;
     auto line = [&out](const char* key, const QString& value) {
         out += QLatin1String(key) + QLatin1Char('=') + value + QLatin1Char('\n');
@@ -151,15 +147,7 @@ void MainApp::prefsWindow_Close() {
     line("errorcorrection", checkboxToText(w.errorCorrect));
     out += QStringLiteral("favsfile=") + App.favsName;  // the file ends without a line break
 
-    const QByteArray bytes = out.toUtf8();
-    // QSaveFile misses an error that only shows when its buffer is flushed at commit, and would
-    // put a cut-short file in place: flush and check first.
-    if (file.write(bytes) != bytes.size() || !file.flush() ||
-        file.error() != QFileDevice::NoError) {
-        file.cancelWriting();
-        return;
-    }
-    file.commit();
+    saveWhole(p_.preferences.child(QStringLiteral("veltoprefs.ini")), out.toUtf8());  // I/O errors pass in silence
 }
 
 void MainApp::modeSolo_Action() {

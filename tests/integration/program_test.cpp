@@ -17,21 +17,11 @@
 #include "platform/fake/scripted_dialogs.h"
 #include "platform/qt/qt_clock.h"
 #include "platform/qt/qt_serial_port.h"
+#include "support/run_until.h"
 
 using namespace velto;
 
 namespace {
-
-bool runUntil(const std::function<bool()>& done, int timeoutMs) {
-    QDeadlineTimer deadline(timeoutMs, Qt::PreciseTimer);
-    QTimer wake;
-    wake.setSingleShot(true);
-    while (!done() && !deadline.hasExpired()) {
-        wake.start(int(std::max<qint64>(1, deadline.remainingTime())));
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    return done();
-}
 
 /// velto-sim in a child process; its trace file lists the commands the box took.
 struct Sim {

@@ -18,23 +18,13 @@
 #include <memory>
 
 #include "platform/qt/qt_https_client.h"
+#include "support/run_until.h"
 
 using namespace velto;
 
 namespace {
 
 const QString kData = QStringLiteral(VELTO_TEST_DATA);
-
-bool runUntil(const std::function<bool()>& done, int timeoutMs) {
-    QDeadlineTimer deadline(timeoutMs, Qt::PreciseTimer);
-    QTimer wake;
-    wake.setSingleShot(true);
-    while (!done() && !deadline.hasExpired()) {
-        wake.start(int(std::max<qint64>(1, deadline.remainingTime())));
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    return done();
-}
 
 QByteArray readFile(const QString& name) {
     QFile file(kData + QLatin1Char('/') + name);
