@@ -23,6 +23,7 @@ QByteArray QtHttpsClient::post(const QString& url, const Form& form, int timeout
     QEventLoop loop;
     QTimer deadline;
     deadline.setSingleShot(true);
+    deadline.setTimerType(Qt::PreciseTimer);  // a coarse timer may end the wait 5% early
     QObject::connect(&deadline, &QTimer::timeout, reply, &QNetworkReply::abort);
     QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
     deadline.start(timeoutMs);
