@@ -26,6 +26,7 @@
 #include "platform/qt/qt_https_client.h"
 #include "platform/qt/qt_network_info.h"
 #include "platform/qt/qt_serial_port.h"
+#include "platform/qt/qt_ssl_socket.h"
 #include "platform/qt/qt_tcp_socket.h"
 #include "platform/qt/qt_udp_socket.h"
 #ifdef Q_OS_MACOS
@@ -168,7 +169,8 @@ int main(int argc, char** argv) {
     velto::ExceptionBoundary boundary;
     velto::QtSerialPort serial;
     velto::QtSerialPortList serialPorts;
-    velto::QtTcpSocket remoteControl, brokerSocket, connectSocket;
+    velto::QtTcpSocket remoteControl;
+    velto::QtSslSocket brokerSocket, connectSocket;
     velto::QtUdpSocket advertising;
     velto::QtUdpFactory udp;
     velto::QtNetworkInfo network;

@@ -51,11 +51,13 @@ MainApp::~MainApp() {
     // The platform's objects outlive this one: leave no callback into a dead controller.
     velto.onDataAvailable = nullptr;
     velto.onError = nullptr;
-    for (TcpSocket* s : {&remoteControl, &brokerSocket, &connectSocket}) {
+    for (TcpSocket* s : std::initializer_list<TcpSocket*>{&remoteControl, &brokerSocket, &connectSocket}) {
         s->onConnected = nullptr;
         s->onDataAvailable = nullptr;
         s->onError = nullptr;
     }
+    brokerSocket.onTlsError = nullptr;
+    connectSocket.onTlsError = nullptr;
     advertising.onDataAvailable = nullptr;
 }
 

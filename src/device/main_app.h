@@ -107,8 +107,8 @@ public:
     // ---- Control session: port and sockets ---------------------------------------------------
     SerialPort& velto;
     TcpSocket& remoteControl;
-    TcpSocket& brokerSocket;
-    TcpSocket& connectSocket;
+    SslSocket& brokerSocket;
+    SslSocket& connectSocket;
     UdpSocket& advertising;
 
     // ---- Control session: handlers -----------------------------------------------------------

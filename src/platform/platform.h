@@ -14,6 +14,7 @@
 #include "platform/random.h"
 #include "platform/script_runner.h"
 #include "platform/serial_port.h"
+#include "platform/ssl_socket.h"
 #include "platform/tcp_socket.h"
 #include "platform/udp_socket.h"
 
@@ -24,8 +25,8 @@ struct Platform {
     ExceptionBoundary& boundary;
     SerialPort& serial;
     TcpSocket& remoteControl;
-    TcpSocket& brokerSocket;
-    TcpSocket& connectSocket;
+    SslSocket& brokerSocket;
+    SslSocket& connectSocket;
     UdpSocket& advertising;
     UdpFactory& udp;
     NetworkInfo& network;

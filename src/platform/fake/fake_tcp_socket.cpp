@@ -68,4 +68,11 @@ void FakeTcpSocket::failConnect(int code) {
     });
 }
 
+void FakeTcpSocket::failHandshake(const QString& reason) {
+    clock_.post(0, [this, reason] {
+        connected_ = false;
+        if (onTlsError) onTlsError(reason);
+    });
+}
+
 }  // namespace velto

@@ -1,17 +1,17 @@
 #pragma once
-// An in-memory TCP socket for unit tests. The test plays the far end: it connects a peer,
+// An in-memory TCP or TLS socket for unit tests. The test plays the far end: it connects a peer,
 // sends it lines, drops it, and reads what the program wrote. Events are posted on the clock,
 // as a real socket raises them from the event loop.
 
 #include <QByteArrayList>
 
-#include "platform/tcp_socket.h"
+#include "platform/ssl_socket.h"
 
 namespace velto {
 
 class Clock;
 
-class FakeTcpSocket final : public TcpSocket {
+class FakeTcpSocket final : public SslSocket {
 public:
     explicit FakeTcpSocket(Clock& clock) : clock_(clock) {}
 
@@ -36,6 +36,8 @@ public:
     void peerDrops();
     /// A connect fails with `code`.
     void failConnect(int code);
+    /// A TLS connect fails its handshake: TlsError with `reason`, and no connection.
+    void failHandshake(const QString& reason);
 
     QString local = QStringLiteral("127.0.0.1");
     QString remote;
