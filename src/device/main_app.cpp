@@ -108,6 +108,7 @@ void MainApp::wireControls() {
     wirePlayback();
     wireRemote();
     wirePrefsWindow();
+    wireBroker();
     AddMenuHandlers();
 
     // The sliders' Open events: the created ranges and page steps are replaced here.

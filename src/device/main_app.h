@@ -367,8 +367,103 @@ public:
     void portAutoDetect_Action();
     void brokerOptionsButton_Action();
 
-    // ---- Services: hooks for the later subsystems ---------------------------------------------
+    // ---- Broker session (services/broker_session.cpp) -----------------------------------------
+    /// The brokering service's one fixed address; --broker replaces it.
+    static constexpr const char* kBrokerHost = "broker.velto.example";
+    static constexpr qint64 kBrokerPort = 37846;
+    QString brokerHost = QString::fromLatin1(kBrokerHost);
+    qint64 brokerPort = kBrokerPort;
+    /// Logs in to the service. The flag (true from a slave) changes nothing.
     void startBroker(bool slave);
+    void brokerSocket_Connected();
+    /// Every whole line of the read goes to parseBrokerData; the piece after the last line end
+    /// is dropped, as no receive buffer is kept.
+    void brokerSocket_DataAvailable();
+    /// A failed handshake or certificate: logged, whether or not logging is on.
+    void brokerSocket_TlsError(const QString& reason);
+    /// One line from the service: its service meaning, then the peer line of a linked session.
+    void parseBrokerData(const QString& line);
+
+    // ---- Broker windows (services/broker_windows.cpp) ----------------------------------------
+    struct BrokerUsers {
+        static constexpr int kWidth = 364, kHeight = 267;
+        Window window{QStringLiteral("brokerUsers"), QStringLiteral("VeltoBroker")};
+        PopupMenu userList{QStringLiteral("userList"), {}, -1};
+        PushButton requestConnect{QStringLiteral("requestConnect"), QStringLiteral("Request Connection")};
+        PushButton brokerChat{QStringLiteral("brokerChat"), QStringLiteral("Send Message")};
+        Label userProfile{QStringLiteral("userProfile")};
+        Label Label1{QStringLiteral("Label1"),
+                     QStringLiteral("To connect, select a user from the list below, and then click Request "
+                                    "Connection. The other user will have to accept your request before you can "
+                                    "control their Velto unit. You can also send a message to a user before "
+                                    "connecting.")};
+        /// Open has run since the window was last closed; a closed window comes back empty.
+        bool opened = false;
+    } brokerUsers;
+    /// brokerUsers as the service's lines refer to it: recreated empty, and opened, if closed.
+    BrokerUsers& brokerUsersWindow();
+    void brokerUsers_Open();
+    void brokerUsers_Close();
+    void userList_Change();
+    void requestConnect_Action();
+    void brokerChat_Action();
+
+    struct BrokerOptions {
+        static constexpr int kWidth = 360, kHeight = 513;
+        Window window{QStringLiteral("brokerOptions"), QStringLiteral("VeltoBroker options")};
+        Label Label1{QStringLiteral("Label1"),
+                     QStringLiteral("Use this page to configure automatic VeltoBroker connections and rejection, "
+                                    "and set your profile")};
+        Label Label2{QStringLiteral("Label2"), QStringLiteral("Auto connect")};
+        Label Label3{QStringLiteral("Label3"),
+                     QStringLiteral("If an id is entered below, and your app is operating in Master Mode, it will "
+                                    "attempt to connect automatically to the specified VeltoBroker user")};
+        TextField autoUser{QStringLiteral("autoUser")};
+        Label Label4{QStringLiteral("Label4"),
+                     QStringLiteral("Automatically accept or reject connections from the VeltoBroker users "
+                                    "listed below")};
+        Label Label5{QStringLiteral("Label5"), QStringLiteral("Accept")};
+        Label Label6{QStringLiteral("Label6"), QStringLiteral("Reject")};
+        Listbox acceptList{QStringLiteral("acceptList"), 1};
+        Listbox rejectList{QStringLiteral("rejectList"), 1};
+        Label Label7{QStringLiteral("Label7"),
+                     QStringLiteral("Drag names between boxes to change change their setting, or drag out of a "
+                                    "box to delete them from the list. To add a new name, type it below and "
+                                    "click the Add button")};
+        TextField addNew{QStringLiteral("addNew")};
+        PushButton BevelButton1{QStringLiteral("BevelButton1"), QStringLiteral("Add")};
+        Label Label8{QStringLiteral("Label8"), QString::fromUtf8("Profile (eg name, Skype id, looking for\u2026)")};
+        TextField vbProfile{QStringLiteral("vbProfile")};
+        PushButton boptsSave{QStringLiteral("boptsSave"), QStringLiteral("Done")};
+    } brokerOptions;
+    /// Shows brokerOptions; a closed one comes back filled afresh from the properties.
+    void showBrokerOptions();
+    void brokerOptions_Open();
+    void BevelButton1_Action();
+    /// A drag leaves its list at once: the row's text, which the drop (if any) adds elsewhere.
+    QString acceptList_DragRow(int row);
+    QString rejectList_DragRow(int row);
+    void acceptList_DropObject(const QString& text);
+    void rejectList_DropObject(const QString& text);
+    void boptsSave_Action();
+
+    /// A conversation with one user; any number can be open, more than one per user too.
+    struct BrokerChat {
+        static constexpr int kWidth = 300, kHeight = 415;
+        Window window{QStringLiteral("brokerChat"), QStringLiteral("VeltoBroker Chat")};
+        TextArea liveChat{QStringLiteral("liveChat")};
+        TextField chatComposer{QStringLiteral("chatComposer")};
+        PushButton sendChat{QStringLiteral("sendChat"), QStringLiteral("Send")};
+        QString remoteuser;
+    };
+    /// The chat windows ever made, in order. A closed one is reused for the next conversation.
+    std::vector<std::unique_ptr<BrokerChat>> brokerChats;
+    /// Raised for each chat window model made, so that a view can show it.
+    Signal<BrokerChat&> brokerChatCreated;
+    /// A new chat window with the user, shown.
+    BrokerChat& newBrokerChat(const QString& user);
+    void sendChat_Action(BrokerChat& chat);
+    void UpdateChat(BrokerChat& chat, const QString& sender, const QString& text);
 
     // ---- EvoCam captions (shell/evocam.cpp) ---------------------------------------------------
     /// The status caption of a status line: mode name, power and the four levels halved. A line
@@ -550,6 +645,7 @@ private:
     void wireRemote();
     void wireAbout();
     void wirePrefsWindow();
+    void wireBroker();
     /// What a menu item does until the window behind it exists.
     bool notAvailableYet(const QString& what);
     void wirePlayback();

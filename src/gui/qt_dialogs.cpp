@@ -53,6 +53,10 @@ void QtDialogs::message(const QString& text) {
     ask(text, NoIcon, QMessageBox::Ok, QMessageBox::Ok);
 }
 
+void QtDialogs::notice(const QString& text, Icon icon, const QString& title) {
+    ask(text, icon, QMessageBox::Ok, QMessageBox::Ok, title);
+}
+
 bool QtDialogs::okCancel(const QString& text, Icon icon) {
     return ask(text, icon, QMessageBox::Ok | QMessageBox::Cancel, QMessageBox::Ok) == QMessageBox::Ok;
 }

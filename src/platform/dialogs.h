@@ -15,6 +15,13 @@ public:
 
     /// A message box with only OK.
     virtual void message(const QString& text) = 0;
+    /// A message box with only OK, its own title and an icon. Where a platform can't show them,
+    /// it is the plain message.
+    virtual void notice(const QString& text, Icon icon, const QString& title) {
+        Q_UNUSED(icon);
+        Q_UNUSED(title);
+        message(text);
+    }
     /// OK and Cancel: true for OK.
     virtual bool okCancel(const QString& text, Icon icon = Question) = 0;
     /// Yes and No: true for Yes. An empty title leaves the application's name on the box.

@@ -175,12 +175,6 @@ bool MainApp::_prefsMenu_Action() {
     prefsWindow.window.show();
     return true;
 }
-bool MainApp::_vbConnect_Action() { return notAvailableYet(QStringLiteral("VeltoBroker")); }
-bool MainApp::_vbQuit_Action() { return notAvailableYet(QStringLiteral("VeltoBroker")); }
-bool MainApp::_vbRequest_Action() { return notAvailableYet(QStringLiteral("VeltoBroker")); }
-bool MainApp::_vbDisconnect_Action() { return notAvailableYet(QStringLiteral("VeltoBroker")); }
-bool MainApp::_vbBlock_Action() { return notAvailableYet(QStringLiteral("VeltoBroker")); }
-bool MainApp::_vbManager_Action() { return notAvailableYet(QStringLiteral("The VeltoBroker users window")); }
 bool MainApp::_veltoConnect_Action() { return notAvailableYet(QStringLiteral("Velto Connect")); }
 bool MainApp::_disconnect_Action() { return notAvailableYet(QStringLiteral("Velto Connect")); }
 

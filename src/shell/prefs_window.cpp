@@ -187,8 +187,6 @@ void MainApp::portAutoDetect_Action() {
     w.portsInfo.setText(message);
 }
 
-void MainApp::brokerOptionsButton_Action() {
-    notAvailableYet(QStringLiteral("The VeltoBroker options window"));
-}
+void MainApp::brokerOptionsButton_Action() { showBrokerOptions(); }
 
 }  // namespace velto

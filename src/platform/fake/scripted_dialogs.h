@@ -12,6 +12,10 @@ namespace velto {
 class ScriptedDialogs final : public Dialogs {
 public:
     void message(const QString& text) override { messages.append(text); }
+    void notice(const QString& text, Icon icon, const QString& title) override {
+        messages.append(text);
+        notices.push_back({text, icon, title});
+    }
     bool okCancel(const QString& text, Icon icon) override { return answer({text, icon, {}}); }
     bool yesNo(const QString& text, Icon icon, const QString& title) override { return answer({text, icon, title}); }
     std::optional<QString> openFile(const FileDialog& d) override { return file(d); }
@@ -27,6 +31,8 @@ public:
         QString title;
     };
     std::vector<Asked> questions;
+    /// The OK boxes that had a title and an icon of their own.
+    std::vector<Asked> notices;
     std::vector<FileDialog> fileDialogs;
 
 private:
