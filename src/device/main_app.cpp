@@ -109,6 +109,8 @@ void MainApp::wireControls() {
     wireRemote();
     wirePrefsWindow();
     wireBroker();
+    wireMessages();
+    wireConnectService();
     AddMenuHandlers();
 
     // The sliders' Open events: the created ranges and page steps are replaced here.

@@ -289,6 +289,8 @@ public:
 
     // ---- Messages (services/messages.cpp) -----------------------------------------------------
     struct MessagesWindow {
+        static constexpr int kWidth = 800, kHeight = 250;
+        MessagesWindow() { msgReply.setCueText(QStringLiteral("Reply to messages here, then click Send")); }
         Window window{QStringLiteral("msgWindow"), QStringLiteral("Messages")};
         TextArea messageBox{QStringLiteral("messageBox")};
         TextField msgReply{QStringLiteral("msgReply")};
@@ -296,7 +298,51 @@ public:
     } msgWindow;
     /// Appends CR and the text to the transcript; the first message opens the window.
     void showMessage(const QString& text);
+    /// A reply from either role, on a LAN or broker link only; with none nothing happens.
     void sendReply_Action();
+
+    struct ComposeWindow {
+        static constexpr int kWidth = 600, kHeight = 100;
+        Window window{QStringLiteral("compose"), QStringLiteral("Compose a message")};
+        Label Label1{QStringLiteral("Label1"),
+                     QStringLiteral("Enter a message and click Send to display it on the remote slave screen")};
+        TextField composeBox{QStringLiteral("composeBox")};
+        PushButton sendMsg{QStringLiteral("sendMsg"), QStringLiteral("Send")};
+    } compose;
+    /// A master's new message, by the master's send path; the window closes, empty next time.
+    void sendMsg_Action();
+
+    // ---- Connect service (services/connect_service.cpp) ---------------------------------------
+    /// The connect service's one fixed address; --connect-service replaces it.
+    static constexpr const char* kConnectServiceHost = "connect.velto.example";
+    static constexpr qint64 kConnectServicePort = 57846;
+    QString connectServiceHost = QString::fromLatin1(kConnectServiceHost);
+    qint64 connectServicePort = kConnectServicePort;
+    struct ConnectWindow {
+        static constexpr int kWidth = 507, kHeight = 223;
+        ConnectWindow() { connectKey.setCueText(QStringLiteral("Enter the Connect Key or URL here")); }
+        Window window{QStringLiteral("connectWindow"), QStringLiteral("Velto Connect")};
+        Label Label1{QStringLiteral("Label1"),
+                     QStringLiteral("Velto Connect is a service provided by Velto Systems Ltd, which allows you to "
+                                    "control someone else's 2B.\n\nThe other person needs to be running the Velto "
+                                    "Connect app on their computer. When they connect, they will be given a code "
+                                    "to share with you. Paste the code - or the whole link containing it - into "
+                                    "the box below, and click the Connect button.\n\nVelto Control/Server will "
+                                    "configure connection settings automatically.")};
+        TextField connectKey{QStringLiteral("connectKey")};
+        PushButton connectButton{QStringLiteral("connectButton"), QStringLiteral("Connect")};
+    } connectWindow;
+    /// The start of a link that carries a key: "https://", the service's host, "/connect/?".
+    QString connectLinkPrefix() const;
+    /// Offers the key in use, if any.
+    void connectWindow_Open();
+    /// Takes a 16-character key, or the last 16 characters of a link, and starts.
+    void connectButton_Action();
+    /// Ends any connect session, makes this copy a master off every other link, and connects.
+    void startVeltoConnect();
+    void connectSocket_Connected();
+    /// One read is one status line: a service code from its front, or a reply of the far box.
+    void connectSocket_DataAvailable();
 
     // ---- Preferences window (shell/prefs_window.cpp) -----------------------------------------
     // A plain view on properties of MainApp: filled at each activation, written back by Done
@@ -646,6 +692,8 @@ private:
     void wireAbout();
     void wirePrefsWindow();
     void wireBroker();
+    void wireMessages();
+    void wireConnectService();
     /// What a menu item does until the window behind it exists.
     bool notAvailableYet(const QString& what);
     void wirePlayback();

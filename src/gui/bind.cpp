@@ -131,6 +131,7 @@ void bind(QComboBox* widget, PopupMenu& model) {
 void bind(QLineEdit* widget, TextField& model) {
     bindCommon(widget, model);
     auto refresh = [widget, &model] {
+        widget->setPlaceholderText(model.cueText());
         if (widget->text() == model.text()) return;
         const QSignalBlocker block(widget);
         widget->setText(model.text());

@@ -24,6 +24,8 @@
 #include "gui/about_view.h"
 #include "gui/activity_log_view.h"
 #include "gui/bind.h"
+#include "gui/connect_window_view.h"
+#include "gui/messages_view.h"
 #include "gui/listbox_model.h"
 #include "gui/prefs_window_view.h"
 
@@ -126,6 +128,9 @@ MainWindowView::MainWindowView(MainApp& app, QWidget* parent) : QMainWindow(pare
     qApp->installEventFilter(this);
     new AboutView(app_, this);  // shows itself with its model
     new PrefsWindowView(app_, this);  // shows itself with its model
+    new ConnectWindowView(app_, this);
+    new MessagesView(app_, this);
+    new ComposeView(app_, this);
     logWindow_ = new ActivityLogView(app_, this);
     showActivityLog(app_.activityLog.window.visible());
     gui::onModel(this, app_.activityLog.window.changed,
@@ -401,6 +406,9 @@ void MainWindowView::buildMenus() {
     for (const Menu& menu : app_.MenuBar1.menus) {
         QMenu* qmenu = menuBar()->addMenu(menu.caption);
         qmenu->setObjectName(menu.name);
+        if (menu.name == app_.MenuBar1.VeltoBroker.name())
+            gui::onModel(qmenu, app_.MenuBar1.VeltoBroker.changed,
+                         [qmenu, this] { qmenu->menuAction()->setEnabled(app_.MenuBar1.VeltoBroker.enabled()); });
         connect(qmenu, &QMenu::aboutToShow, this, [this] { guarded([this] { app_.Event_EnableMenuItems(); }); });
         for (MenuEntry* item : menu.items) {
             if (item->separator()) {
@@ -410,10 +418,13 @@ void MainWindowView::buildMenus() {
             QAction* action = qmenu->addAction(item->caption());
             action->setObjectName(item->name());
             if (!item->shortcut().isEmpty()) action->setShortcut(QKeySequence(platformShortcut(item->shortcut())));
-            auto refresh = [action, item] { action->setEnabled(item->enabled()); };
+            // An item of the VeltoBroker menu is off, shortcut too, while the whole menu is.
+            Control* whole = menu.name == app_.MenuBar1.VeltoBroker.name() ? &app_.MenuBar1.VeltoBroker : nullptr;
+            auto refresh = [action, item, whole] { action->setEnabled(item->enabled() && (!whole || whole->enabled())); };
             refresh();
             const int id = item->changed.connect(refresh);
             connect(action, &QObject::destroyed, [item, id] { item->changed.disconnect(id); });
+            if (whole) gui::onModel(qmenu, whole->changed, refresh);
 
             MenuBar& m = app_.MenuBar1;
             if (item == &m.FileQuit) {

@@ -74,6 +74,12 @@ void TextField::setText(const QString& text) {
     textChanged();
 }
 
+void TextField::setCueText(const QString& cue) {
+    if (cue == cueText_) return;
+    cueText_ = cue;
+    changed();
+}
+
 void TextArea::setText(const QString& text) {
     text_ = text;
     lineCount_ = static_cast<int>(text_.count(QLatin1Char('\n')));

@@ -85,9 +85,13 @@ public:
     const QString& text() const { return text_; }
     void setText(const QString& text);
     Signal<> textChanged;
+    /// The grey hint shown while the field is empty.
+    const QString& cueText() const { return cueText_; }
+    void setCueText(const QString& cue);
 
 private:
     QString text_;
+    QString cueText_;
 };
 
 /// Multi-line text. Appending keeps at most `maxLines` lines when a cap is set.

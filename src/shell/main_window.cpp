@@ -166,17 +166,10 @@ bool MainApp::notAvailableYet(const QString& what) {
     return true;
 }
 
-bool MainApp::_FileNewmessage_Action() {
-    if (!same(systemMode, QStringLiteral("master"))) return true;
-    return notAvailableYet(QStringLiteral("Sending messages"));
-}
-
 bool MainApp::_prefsMenu_Action() {
     prefsWindow.window.show();
     return true;
 }
-bool MainApp::_veltoConnect_Action() { return notAvailableYet(QStringLiteral("Velto Connect")); }
-bool MainApp::_disconnect_Action() { return notAvailableYet(QStringLiteral("Velto Connect")); }
 
 bool MainApp::_openStore_Action() {
     if (p_.browser) p_.browser->open(QString::fromLatin1(kStoreUrl));

@@ -64,6 +64,9 @@ struct MenuBar {
 
     MenuEntry openStore{QStringLiteral("openStore"), QStringLiteral("Open store")};
 
+    /// The VeltoBroker menu as a whole: off for good once a connect session has begun.
+    Control VeltoBroker{QStringLiteral("VeltoBroker")};
+
     /// The menus in order, with their items in order.
     std::vector<Menu> menus;
     /// The items that the platform moves into the application menu.

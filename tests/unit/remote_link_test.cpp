@@ -240,6 +240,8 @@ TEST(RemoteLink, LinesGoOutOnTheFirstTransportThatIsUpWithItsOwnLineEnd) {
     rig.brokerSocket.peerConnects();
     rig.advance(1);
     rig.remoteControl.sent.clear();
+    rig.connectSocket.sent.clear();  // the connect service's opening line
+    rig.connectSocket.flushes = 0;
     rig->brokerConnected = true;
     rig->sendRemoteData(QStringLiteral("ONE"));
     rig->flushRemote();
