@@ -24,10 +24,12 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
         else if (arg == QLatin1String("--help") || arg == QLatin1String("-h")) cl.help = true;
         else if (arg == QLatin1String("--prefs")) value(cl.prefs);
         else if (arg == QLatin1String("--broadcast")) value(cl.broadcast);
+        else if (arg == QLatin1String("--broker")) value(cl.broker);
         else if (arg == QLatin1String("--update-url")) value(cl.updateUrl);
         else if (arg == QLatin1String("--ca-file")) value(cl.caFile);
         else if (arg.startsWith(QLatin1String("--prefs="))) cl.prefs = arg.mid(8);
         else if (arg.startsWith(QLatin1String("--broadcast="))) cl.broadcast = arg.mid(12);
+        else if (arg.startsWith(QLatin1String("--broker="))) cl.broker = arg.mid(9);
         else if (arg.startsWith(QLatin1String("--update-url="))) cl.updateUrl = arg.mid(13);
         else if (arg.startsWith(QLatin1String("--ca-file="))) cl.caFile = arg.mid(10);
         else if (arg.startsWith(QLatin1String("-platform")) || arg.startsWith(QLatin1String("-style"))) {
@@ -42,15 +44,26 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
         if (!url.isValid() || url.scheme() != QLatin1String("https") || url.host().isEmpty())
             cl.error = QStringLiteral("--update-url needs https://HOST[:PORT], not ") + *cl.updateUrl;
     }
+    if (cl.error.isEmpty() && cl.broker && !hostPort(*cl.broker, 37846))
+        cl.error = QStringLiteral("--broker needs HOST[:PORT], not ") + *cl.broker;
     // The check is a one-shot run with no window.
     if (cl.checkUpdate) cl.headless = true;
     return cl;
 }
 
+std::optional<std::pair<QString, int>> CommandLine::hostPort(const QString& text, int defaultPort) {
+    // A URL reads "[::1]:5" and "host:5" alike; a bare IPv6 address has more than one colon.
+    const QUrl url(QStringLiteral("tls://") + text, QUrl::StrictMode);
+    if (url.isValid() && !url.host().isEmpty() && url.path().isEmpty() && url.userInfo().isEmpty())
+        return std::pair<QString, int>{url.host(), url.port(defaultPort)};
+    return std::nullopt;
+}
+
 QString CommandLine::usage() {
     return QStringLiteral(
         "Usage: velto [--headless] [--prefs DIR] [--connect] [--log] [--log-serial]\n"
-        "             [--broadcast ADDR] [--update-url URL] [--ca-file FILE]\n"
+        "             [--broadcast ADDR] [--broker HOST[:PORT]] [--update-url URL]\n"
+        "             [--ca-file FILE]\n"
         "             [--check-update] [--version] [--help]\n"
         "\n"
         "  --headless        run without a window, as a box server\n"
@@ -59,6 +72,8 @@ QString CommandLine::usage() {
         "  --log             open the activity log (headless: printed on standard output)\n"
         "  --log-serial      open the log and trace the serial line too\n"
         "  --broadcast ADDR  send LAN advertisements to ADDR\n"
+        "  --broker HOST[:PORT]\n"
+        "                    log in to the brokering service at HOST (port 37846)\n"
         "  --update-url URL  ask the update service at https://HOST[:PORT]\n"
         "  --ca-file FILE    trust the CA certificates in the PEM file FILE too\n"
         "  --check-update    check for a newer build and exit: 0 up to date, 10 newer\n"

@@ -15,6 +15,8 @@ struct CommandLine {
     bool log = false;
     bool logSerial = false;
     std::optional<QString> broadcast;
+    /// The brokering service, HOST[:PORT] (the port 37846 when none is given).
+    std::optional<QString> broker;
     /// The update service, https://HOST[:PORT].
     std::optional<QString> updateUrl;
     /// A PEM file of CA certificates trusted besides the system's.
@@ -27,6 +29,8 @@ struct CommandLine {
     QString error;
 
     static CommandLine parse(const QStringList& arguments);
+    /// Host and port of HOST[:PORT], or nothing when it names no host or no valid port.
+    static std::optional<std::pair<QString, int>> hostPort(const QString& text, int defaultPort);
     static QString usage();
 };
 

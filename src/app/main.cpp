@@ -215,6 +215,11 @@ int main(int argc, char** argv) {
 
     platform.https = &https;
     if (cl.updateUrl) mainApp.updateServiceUrl = *cl.updateUrl;
+    if (cl.broker) {
+        const auto [host, port] = *velto::CommandLine::hostPort(*cl.broker, velto::MainApp::kBrokerPort);
+        mainApp.brokerHost = host;
+        mainApp.brokerPort = port;
+    }
     if (cl.checkUpdate) {
         // The check alone: its message on standard error, its outcome in the exit status. A
         // reply it can't read is reported by the boundary and counts as a failed check.

@@ -24,6 +24,9 @@
 #include "gui/about_view.h"
 #include "gui/activity_log_view.h"
 #include "gui/bind.h"
+#include "gui/broker_chat_view.h"
+#include "gui/broker_options_view.h"
+#include "gui/broker_users_view.h"
 #include "gui/connect_window_view.h"
 #include "gui/messages_view.h"
 #include "gui/listbox_model.h"
@@ -128,6 +131,9 @@ MainWindowView::MainWindowView(MainApp& app, QWidget* parent) : QMainWindow(pare
     qApp->installEventFilter(this);
     new AboutView(app_, this);  // shows itself with its model
     new PrefsWindowView(app_, this);  // shows itself with its model
+    new BrokerUsersView(app_, this);
+    new BrokerOptionsView(app_, this);
+    BrokerChatView::followChats(app_, this);
     new ConnectWindowView(app_, this);
     new MessagesView(app_, this);
     new ComposeView(app_, this);
