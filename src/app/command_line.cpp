@@ -25,11 +25,15 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
         else if (arg == QLatin1String("--prefs")) value(cl.prefs);
         else if (arg == QLatin1String("--broadcast")) value(cl.broadcast);
         else if (arg == QLatin1String("--broker")) value(cl.broker);
+        else if (arg == QLatin1String("--connect-service")) value(cl.connectService);
+        else if (arg == QLatin1String("--connect-key")) value(cl.connectKey);
         else if (arg == QLatin1String("--update-url")) value(cl.updateUrl);
         else if (arg == QLatin1String("--ca-file")) value(cl.caFile);
         else if (arg.startsWith(QLatin1String("--prefs="))) cl.prefs = arg.mid(8);
         else if (arg.startsWith(QLatin1String("--broadcast="))) cl.broadcast = arg.mid(12);
         else if (arg.startsWith(QLatin1String("--broker="))) cl.broker = arg.mid(9);
+        else if (arg.startsWith(QLatin1String("--connect-service="))) cl.connectService = arg.mid(18);
+        else if (arg.startsWith(QLatin1String("--connect-key="))) cl.connectKey = arg.mid(14);
         else if (arg.startsWith(QLatin1String("--update-url="))) cl.updateUrl = arg.mid(13);
         else if (arg.startsWith(QLatin1String("--ca-file="))) cl.caFile = arg.mid(10);
         else if (arg.startsWith(QLatin1String("-platform")) || arg.startsWith(QLatin1String("-style"))) {
@@ -46,6 +50,8 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
     }
     if (cl.error.isEmpty() && cl.broker && !hostPort(*cl.broker, 37846))
         cl.error = QStringLiteral("--broker needs HOST[:PORT], not ") + *cl.broker;
+    if (cl.error.isEmpty() && cl.connectService && !hostPort(*cl.connectService, 57846))
+        cl.error = QStringLiteral("--connect-service needs HOST[:PORT], not ") + *cl.connectService;
     // The check is a one-shot run with no window.
     if (cl.checkUpdate) cl.headless = true;
     return cl;
@@ -63,7 +69,7 @@ QString CommandLine::usage() {
     return QStringLiteral(
         "Usage: velto [--headless] [--prefs DIR] [--connect] [--log] [--log-serial]\n"
         "             [--broadcast ADDR] [--broker HOST[:PORT]] [--update-url URL]\n"
-        "             [--ca-file FILE]\n"
+        "             [--connect-service HOST[:PORT]] [--connect-key KEY] [--ca-file FILE]\n"
         "             [--check-update] [--version] [--help]\n"
         "\n"
         "  --headless        run without a window, as a box server\n"
@@ -74,6 +80,10 @@ QString CommandLine::usage() {
         "  --broadcast ADDR  send LAN advertisements to ADDR\n"
         "  --broker HOST[:PORT]\n"
         "                    log in to the brokering service at HOST (port 37846)\n"
+        "  --connect-service HOST[:PORT]\n"
+        "                    use the connect service at HOST (port 57846)\n"
+        "  --connect-key KEY enter KEY, a Connect Key or link, as in the Velto Connect\n"
+        "                    window, once start-up has finished\n"
         "  --update-url URL  ask the update service at https://HOST[:PORT]\n"
         "  --ca-file FILE    trust the CA certificates in the PEM file FILE too\n"
         "  --check-update    check for a newer build and exit: 0 up to date, 10 newer\n"

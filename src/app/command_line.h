@@ -17,6 +17,10 @@ struct CommandLine {
     std::optional<QString> broadcast;
     /// The brokering service, HOST[:PORT] (the port 37846 when none is given).
     std::optional<QString> broker;
+    /// The connect service, HOST[:PORT] (the port 57846 when none is given).
+    std::optional<QString> connectService;
+    /// A Connect Key or link, entered as in the connect window once start-up has finished.
+    std::optional<QString> connectKey;
     /// The update service, https://HOST[:PORT].
     std::optional<QString> updateUrl;
     /// A PEM file of CA certificates trusted besides the system's.

@@ -220,6 +220,11 @@ int main(int argc, char** argv) {
         mainApp.brokerHost = host;
         mainApp.brokerPort = port;
     }
+    if (cl.connectService) {
+        const auto [host, port] = *velto::CommandLine::hostPort(*cl.connectService, velto::MainApp::kConnectServicePort);
+        mainApp.connectServiceHost = host;
+        mainApp.connectServicePort = port;
+    }
     if (cl.checkUpdate) {
         // The check alone: its message on standard error, its outcome in the exit status. A
         // reply it can't read is reported by the boundary and counts as a failed check.
@@ -246,6 +251,17 @@ int main(int argc, char** argv) {
     if (cl.log) boundary.run([&] { mainApp._activityToggle_Action(); });
     if (cl.logSerial) mainApp.activityLog.logSerial.setValue(true);
     if (cl.connect) QTimer::singleShot(0, app.get(), [&] { mainApp.Connect.push(); });
+    if (cl.connectKey) {
+        // As typed into the connect window and Connect pressed: the same key check, the same
+        // message when it fails.
+        QTimer::singleShot(0, app.get(), [&] {
+            boundary.run([&] {
+                mainApp.MenuBar1.veltoConnect.push();
+                mainApp.connectWindow.connectKey.setText(*cl.connectKey);
+                mainApp.connectWindow.connectButton.push();
+            });
+        });
+    }
 
     return app->exec();
 }
