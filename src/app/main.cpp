@@ -221,7 +221,8 @@ int main(int argc, char** argv) {
         mainApp.brokerPort = port;
     }
     if (cl.connectService) {
-        const auto [host, port] = *velto::CommandLine::hostPort(*cl.connectService, velto::MainApp::kConnectServicePort);
+        const auto [host, port] =
+            *velto::CommandLine::hostPort(*cl.connectService, velto::MainApp::kConnectServicePort);
         mainApp.connectServiceHost = host;
         mainApp.connectServicePort = port;
     }

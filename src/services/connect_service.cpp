@@ -91,7 +91,8 @@ void MainApp::connectSocket_Connected() {
 void MainApp::connectSocket_DataAvailable() {
     QString text = QString::fromUtf8(connectSocket.readAll());
     if (text.isEmpty()) return;
-    text.replace(QLatin1String("\r\n"), QLatin1String("\n")).replace(QLatin1Char('\r'), QLatin1Char('\n'));
+    text.replace(QLatin1String("\r\n"), QLatin1String("\n"))
+        .replace(QLatin1Char('\r'), QLatin1Char('\n'));
     // The read is one unit: a second line in it is not looked at.
     if (!text.startsWith(QLatin1Char(';'))) {
         statusRefresh(text);
@@ -118,14 +119,17 @@ void MainApp::connectSocket_DataAvailable() {
     } else if (is(";401")) {
         veltoKey.clear();
         close();
-        p_.dialogs.message(QStringLiteral("Timeout. Please ask for another Connect Key and try again"));
+        p_.dialogs.message(
+            QStringLiteral("Timeout. Please ask for another Connect Key and try again"));
     } else if (is(";402")) {
         veltoKey.clear();
         close();
-        p_.dialogs.message(QStringLiteral("The Connect Key has expired. Please ask the other user for a new one"));
+        p_.dialogs.message(
+            QStringLiteral("The Connect Key has expired. Please ask the other user for a new one"));
     } else if (is(";404")) {
         close();
-        p_.dialogs.message(QStringLiteral("The other user's 2B is being controlled by someone else. Try later"));
+        p_.dialogs.message(
+            QStringLiteral("The other user's 2B is being controlled by someone else. Try later"));
     } else if (is(";500")) {
         veltoLinked = false;
         close();

@@ -41,7 +41,8 @@ public:
             while (QTcpSocket* socket = server_.nextPendingConnection()) {
                 client = socket;
                 ++connections;
-                QObject::connect(socket, &QTcpSocket::readyRead, socket, [this, socket] { received += socket->readAll(); });
+                QObject::connect(socket, &QTcpSocket::readyRead, socket,
+                                 [this, socket] { received += socket->readAll(); });
                 QObject::connect(socket, &QTcpSocket::disconnected, socket, [this] { ++closes; });
             }
         });
@@ -49,7 +50,9 @@ public:
              server_.listen(QHostAddress::LocalHost, 0);
     }
 
-    QString hostPort() const { return QStringLiteral("127.0.0.1:") + QString::number(server_.serverPort()); }
+    QString hostPort() const {
+        return QStringLiteral("127.0.0.1:") + QString::number(server_.serverPort());
+    }
     void say(const QByteArray& line) {
         if (client) client->write(line);
     }
@@ -69,12 +72,15 @@ class Program {
 public:
     explicit Program(const QStringList& options) {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        for (const char* name : {"http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"})
+        for (const char* name :
+             {"http_proxy", "https_proxy", "HTTP_PROXY", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"})
             env.remove(QString::fromLatin1(name));
         env.insert(QStringLiteral("no_proxy"), QStringLiteral("*"));
         process_.setProcessEnvironment(env);
-        process_.start(QStringLiteral(VELTO_APP_PATH),
-                       QStringList{QStringLiteral("--headless"), QStringLiteral("--prefs"), prefs_.path()} + options);
+        process_.start(
+            QStringLiteral(VELTO_APP_PATH),
+            QStringList{QStringLiteral("--headless"), QStringLiteral("--prefs"), prefs_.path()} +
+                options);
     }
     ~Program() {
         if (process_.state() == QProcess::NotRunning) return;
@@ -109,12 +115,15 @@ TEST(ConnectServiceProgram, AKeyOnTheCommandLineOpensASessionThatFollowsTheServi
     StandInConnectService service{QStringLiteral("server")};
     ASSERT_TRUE(service.ok);
     // The key as a link to the service named on the command line, with blanks after it.
-    const QString link = QStringLiteral("https://127.0.0.1/connect/?key=") + kKey + QStringLiteral("  ");
-    Program velto({QStringLiteral("--log"), QStringLiteral("--connect-key"), link, QStringLiteral("--connect-service"),
-                   service.hostPort(), QStringLiteral("--ca-file"), kData + QStringLiteral("/ca.pem")});
+    const QString link =
+        QStringLiteral("https://127.0.0.1/connect/?key=") + kKey + QStringLiteral("  ");
+    Program velto({QStringLiteral("--log"), QStringLiteral("--connect-key"), link,
+                   QStringLiteral("--connect-service"), service.hostPort(),
+                   QStringLiteral("--ca-file"), kData + QStringLiteral("/ca.pem")});
 
     // The opening line, upper-cased and ended by LF alone, is all the service hears at first.
-    ASSERT_TRUE(runUntil([&] { return service.received.endsWith('\n'); }, 15000)) << velto.out.toStdString();
+    ASSERT_TRUE(runUntil([&] { return service.received.endsWith('\n'); }, 15000))
+        << velto.out.toStdString();
     EXPECT_EQ(service.received, QByteArray(";connect=ABCD1234EFGH5678\n"));
     EXPECT_TRUE(velto.waitFor(QStringLiteral(": Talking to Velto Connect")));
 
@@ -129,7 +138,8 @@ TEST(ConnectServiceProgram, AKeyOnTheCommandLineOpensASessionThatFollowsTheServi
 
     // An expired key: the message, and the program closes its end.
     service.say(";402\n");
-    ASSERT_TRUE(velto.waitFor(QStringLiteral("message: The Connect Key has expired. Please ask the other user for a new one")));
+    ASSERT_TRUE(velto.waitFor(QStringLiteral(
+        "message: The Connect Key has expired. Please ask the other user for a new one")));
     EXPECT_TRUE(runUntil([&] { return service.closes == 1; }, 15000));
     EXPECT_EQ(service.received, QByteArray(";connect=ABCD1234EFGH5678\n"));
     EXPECT_FALSE(velto.err.contains(QLatin1String("unhandled")));
@@ -139,16 +149,20 @@ TEST(ConnectServiceProgram, AnUntrustedCertificateIsRefusedBeforeAnythingIsSent)
     StandInConnectService service{QStringLiteral("untrusted")};
     ASSERT_TRUE(service.ok);
     // No --log: the refusal is logged all the same.
-    Program velto({QStringLiteral("--connect-key"), kKey, QStringLiteral("--connect-service"), service.hostPort(),
-                   QStringLiteral("--ca-file"), kData + QStringLiteral("/ca.pem")});
-    ASSERT_TRUE(velto.waitFor(QStringLiteral(": TLS: "))) << velto.out.toStdString() << velto.err.toStdString();
+    Program velto({QStringLiteral("--connect-key"), kKey, QStringLiteral("--connect-service"),
+                   service.hostPort(), QStringLiteral("--ca-file"),
+                   kData + QStringLiteral("/ca.pem")});
+    ASSERT_TRUE(velto.waitFor(QStringLiteral(": TLS: ")))
+        << velto.out.toStdString() << velto.err.toStdString();
     EXPECT_TRUE(service.received.isEmpty());
     EXPECT_FALSE(velto.out.contains(QLatin1String("Talking to server")));
 
     // A key that is neither 16 characters nor a link is refused as in the window, and nothing
     // is started.
-    Program refused({QStringLiteral("--log"), QStringLiteral("--connect-key"), QStringLiteral("short"),
-                     QStringLiteral("--connect-service"), service.hostPort()});
-    EXPECT_TRUE(refused.waitFor(QStringLiteral("message: Sorry, that doesn't look like a valid Connect Key")));
+    Program refused({QStringLiteral("--log"), QStringLiteral("--connect-key"),
+                     QStringLiteral("short"), QStringLiteral("--connect-service"),
+                     service.hostPort()});
+    EXPECT_TRUE(refused.waitFor(
+        QStringLiteral("message: Sorry, that doesn't look like a valid Connect Key")));
     EXPECT_FALSE(refused.out.contains(QLatin1String("Talking to Velto Connect")));
 }

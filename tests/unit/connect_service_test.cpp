@@ -50,11 +50,14 @@ TEST(ConnectService, TheKeyIsSixteenCharactersOrTheEndOfALink) {
         {kKey, kKey},
         {QStringLiteral("  ") + kKey + QStringLiteral("\t"), kKey},
         {QStringLiteral("!!!! ???? ....,,"), QStringLiteral("!!!! ???? ....,,")},  // any characters
-        {QStringLiteral("https://x.y/?abc"), QStringLiteral("https://x.y/?abc")},  // a short link is a key
+        {QStringLiteral("https://x.y/?abc"),
+         QStringLiteral("https://x.y/?abc")},  // a short link is a key
         {prefix + QStringLiteral("key=") + kKey + QStringLiteral("   "), kKey},
         {QStringLiteral("HTTPS://Connect.Velto.Example/CONNECT/?") + kKey, kKey},
-        {prefix + QStringLiteral("a=1&b=2"), Right(prefix + QStringLiteral("a=1&b=2"), 16)},  // not parsed
-        {QStringLiteral(" ") + prefix + kKey, std::nullopt},  // the prefix test is on the untrimmed text
+        {prefix + QStringLiteral("a=1&b=2"),
+         Right(prefix + QStringLiteral("a=1&b=2"), 16)},  // not parsed
+        {QStringLiteral(" ") + prefix + kKey,
+         std::nullopt},  // the prefix test is on the untrimmed text
         {QStringLiteral("https://connect.velto.exam"), std::nullopt},
         {QStringLiteral("https://other.example/connect/?") + kKey, std::nullopt},
         {kKey.left(15), std::nullopt},
@@ -71,7 +74,9 @@ TEST(ConnectService, TheKeyIsSixteenCharactersOrTheEndOfALink) {
             EXPECT_EQ(rig.connectSocket.connects, 1);
             EXPECT_TRUE(rig.dialogs.messages.isEmpty());
         } else {
-            EXPECT_EQ(rig.dialogs.messages, QStringList{QStringLiteral("Sorry, that doesn't look like a valid Connect Key")})
+            EXPECT_EQ(
+                rig.dialogs.messages,
+                QStringList{QStringLiteral("Sorry, that doesn't look like a valid Connect Key")})
                 << c.typed.toStdString();
             EXPECT_EQ(rig->veltoKey, QStringLiteral("old"));
             EXPECT_TRUE(rig->connectWindow.window.visible());
@@ -111,7 +116,8 @@ TEST(ConnectService, AStartTurnsTheCopyIntoAMasterAndFramesEachLineByKind) {
     EXPECT_EQ(rig.connectSocket.address, QStringLiteral("connect.velto.example"));
     EXPECT_EQ(rig.connectSocket.port, 57846);
     EXPECT_EQ(rig.logLines().mid(rig.logLines().size() - 2),
-              (QStringList{QStringLiteral("Configuring settings"), QStringLiteral("Talking to Velto Connect")}));
+              (QStringList{QStringLiteral("Configuring settings"),
+                           QStringLiteral("Talking to Velto Connect")}));
 
     // The opening line, upper-cased, with LF alone, flushed; then the master's commands with LF.
     rig.connectSocket.peerConnects();
@@ -168,14 +174,22 @@ TEST(ConnectService, EachStatusCodeShowsItsTextAndChangesItsState) {
         {";201\r\n", false, QStringLiteral("Connection made"), {}, true, true, false},
         {";202\r", true, QStringLiteral("Connection lost"), {}, false, true, true},
         {";203", true, same, {}, true, true, false},
-        {";210The box is on battery\r\n", true, same, QStringLiteral("Server message: The box is on battery"), true, true, false},
+        {";210The box is on battery\r\n", true, same,
+         QStringLiteral("Server message: The box is on battery"), true, true, false},
         {";210\n", true, same, QStringLiteral("Server message: "), true, true, false},
         {";300\n", true, QStringLiteral("Waiting for link"), {}, true, true, false},
         {";400\n", true, QStringLiteral("Connection lost"), {}, false, true, true},
-        {";401\n", true, same, QStringLiteral("Timeout. Please ask for another Connect Key and try again"), true, false, true},
-        {";402\n", true, same, QStringLiteral("The Connect Key has expired. Please ask the other user for a new one"), true, false, true},
-        {";404\n", true, same, QStringLiteral("The other user's 2B is being controlled by someone else. Try later"), true, true, true},
-        {";500\n", true, same, QStringLiteral("Something really bad has happened. Disconnecting"), false, true, true},
+        {";401\n", true, same,
+         QStringLiteral("Timeout. Please ask for another Connect Key and try again"), true, false,
+         true},
+        {";402\n", true, same,
+         QStringLiteral("The Connect Key has expired. Please ask the other user for a new one"),
+         true, false, true},
+        {";404\n", true, same,
+         QStringLiteral("The other user's 2B is being controlled by someone else. Try later"), true,
+         true, true},
+        {";500\n", true, same, QStringLiteral("Something really bad has happened. Disconnecting"),
+         false, true, true},
         {";701\n", true, QStringLiteral("Command blocked"), {}, true, true, false},
         {";999 what\n", true, same, {}, true, true, false},
         // Only the front of a read is read: the second code is lost.
@@ -188,12 +202,17 @@ TEST(ConnectService, EachStatusCodeShowsItsTextAndChangesItsState) {
         rig->veltoLinked = c.linkedBefore;
         rig.service(c.line);
         const std::string row = c.line.toStdString();
-        EXPECT_EQ(rig->hostInfo.text(), c.hostInfo == same ? QStringLiteral("before") : c.hostInfo) << row;
-        EXPECT_EQ(rig.dialogs.messages, c.message.isEmpty() ? QStringList{} : QStringList{c.message}) << row;
+        EXPECT_EQ(rig->hostInfo.text(), c.hostInfo == same ? QStringLiteral("before") : c.hostInfo)
+            << row;
+        EXPECT_EQ(rig.dialogs.messages,
+                  c.message.isEmpty() ? QStringList{} : QStringList{c.message})
+            << row;
         EXPECT_EQ(rig->veltoLinked, c.linkedAfter) << row;
         EXPECT_EQ(rig->veltoKey, c.keyKept ? kKey : QString()) << row;
         EXPECT_EQ(rig.connectSocket.isConnected(), !c.closed) << row;
-        EXPECT_EQ(rig.logLines().last(), QStringLiteral("Connect server: ") + Trim(QString::fromLatin1(c.line).replace(QLatin1Char('\r'), QLatin1Char('\n'))))
+        EXPECT_EQ(rig.logLines().last(),
+                  QStringLiteral("Connect server: ") + Trim(QString::fromLatin1(c.line).replace(
+                                                           QLatin1Char('\r'), QLatin1Char('\n'))))
             << row;
     }
 
@@ -212,9 +231,11 @@ TEST(ConnectService, ARefusedHandshakeIsLoggedAndNothingIsSent) {
     rig->serverLogging = false;
     rig->hostInfo.setText(QStringLiteral("before"));
     rig.enter(kKey);
-    rig.connectSocket.failHandshake(QStringLiteral("The certificate is self-signed, and untrusted"));
+    rig.connectSocket.failHandshake(
+        QStringLiteral("The certificate is self-signed, and untrusted"));
     rig.advance(1);
-    EXPECT_EQ(rig.logLines(), QStringList{QStringLiteral("TLS: The certificate is self-signed, and untrusted")});
+    EXPECT_EQ(rig.logLines(),
+              QStringList{QStringLiteral("TLS: The certificate is self-signed, and untrusted")});
     EXPECT_TRUE(rig.connectSocket.sent.isEmpty());
     EXPECT_EQ(rig->hostInfo.text(), QStringLiteral("before"));
     rig->channelA.setValue(30);
