@@ -1,0 +1,187 @@
+// The broker session over real TLS: a small brokering stand-in on 127.0.0.1 with the throw-away
+// certificates of tests/data pairs a master and a slave (two MainApps on QtSslSocket, the slave
+// on the simulated box); and a service whose certificate isn't trusted is refused.
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QSslCertificate>
+#include <QSslConfiguration>
+#include <QSslKey>
+#include <QSslServer>
+#include <QSslSocket>
+#include <QTemporaryDir>
+#include <map>
+#include <memory>
+
+#include "device/main_app.h"
+#include "platform/fake/fake_serial_port.h"
+#include "platform/fake/fake_tcp_socket.h"
+#include "platform/fake/fake_udp.h"
+#include "platform/fake/scripted_dialogs.h"
+#include "platform/qt/qt_clock.h"
+#include "platform/qt/qt_ssl_socket.h"
+#include "support/run_until.h"
+#include "support/sim_link.h"
+
+using namespace velto;
+
+namespace {
+
+const QString kData = QStringLiteral(VELTO_TEST_DATA);
+
+QByteArray readFile(const QString& name) {
+    QFile file(kData + QLatin1Char('/') + name);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// Just enough of a brokering service: it greets, registers anyone, passes a request to the
+/// named user, links the two on ";accept=", and then passes every other line across.
+class BrokerStandIn {
+public:
+    explicit BrokerStandIn(const QString& certificate) {
+        QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
+        tls.setLocalCertificate(QSslCertificate(readFile(certificate + QStringLiteral(".pem"))));
+        tls.setPrivateKey(QSslKey(readFile(certificate + QStringLiteral(".key")), QSsl::Rsa));
+        tls.setPeerVerifyMode(QSslSocket::VerifyNone);
+        server_.setSslConfiguration(tls);
+        QObject::connect(&server_, &QSslServer::pendingConnectionAvailable, &server_, [this] {
+            while (QTcpSocket* socket = server_.nextPendingConnection()) serve(socket);
+        });
+        ok = !tls.localCertificate().isNull() && server_.listen(QHostAddress::LocalHost, 0);
+    }
+    quint16 port() const { return server_.serverPort(); }
+
+    bool ok = false;
+    /// Every byte any client managed to send.
+    QByteArray received;
+
+private:
+    void serve(QTcpSocket* socket) {
+        auto buffer = std::make_shared<QByteArray>();
+        socket->write(";info:stand-in\r\n");
+        QObject::connect(socket, &QTcpSocket::readyRead, socket, [this, socket, buffer] {
+            const QByteArray bytes = socket->readAll();
+            received += bytes;
+            *buffer += bytes;
+            buffer->replace("\r\n", "\n");
+            buffer->replace('\r', '\n');
+            qsizetype end;
+            while ((end = buffer->indexOf('\n')) >= 0) {
+                const QByteArray line = buffer->left(end);
+                buffer->remove(0, end + 1);
+                if (!line.isEmpty()) handle(socket, line);
+            }
+        });
+    }
+    void handle(QTcpSocket* socket, const QByteArray& line) {
+        const QByteArray value = line.mid(line.indexOf('=') + 1);
+        if (line.startsWith(";register=")) {
+            const QList<QByteArray> fields = value.split(';');
+            users_[fields.value(0)] = socket;
+            ids_[socket] = fields.value(0);
+            socket->write(";registered:ok\r\n");
+        } else if (line.startsWith(";connect=")) {
+            if (QTcpSocket* peer = users_[value]) peer->write(";connect=" + ids_[socket] + ";a master\r\n");
+        } else if (line.startsWith(";accept=")) {
+            QTcpSocket* master = users_[value];
+            links_[socket] = master;
+            links_[master] = socket;
+            master->write(";connected\r\n");
+            socket->write(";connected\r\n");
+        } else if (QTcpSocket* partner = links_[socket]) {
+            partner->write(line + "\r\n");
+        }
+    }
+
+    QSslServer server_;
+    std::map<QByteArray, QTcpSocket*> users_;
+    std::map<QTcpSocket*, QByteArray> ids_;
+    std::map<QTcpSocket*, QTcpSocket*> links_;
+};
+
+/// A MainApp on real time with a real TLS broker socket, the simulated box behind its port.
+struct BrokerApp {
+    BrokerApp(const QString& settings, quint16 brokerPort) {
+        QFile file(prefs.filePath(QStringLiteral("veltoprefs.ini")));
+        if (file.open(QIODevice::WriteOnly)) file.write(settings.toUtf8());
+        file.close();
+        platform = std::make_unique<Platform>(Platform{clock, boundary, serial, remoteControl, broker, connect,
+                                                       advertising, udp, network, dialogs,
+                                                       Preferences(prefs.path())});
+        app = std::make_unique<MainApp>(*platform);
+        app->brokerHost = QStringLiteral("127.0.0.1");
+        app->brokerPort = brokerPort;
+        app->App_Event_Open();
+    }
+    ~BrokerApp() { app.reset(); }
+    MainApp* operator->() { return app.get(); }
+
+    QTemporaryDir prefs;
+    QtClock clock;
+    ExceptionBoundary boundary;
+    FakeSerialPort serial{clock};
+    SimLink link{serial, clock};
+    FakeTcpSocket remoteControl{clock};
+    QtSslSocket broker;
+    FakeTcpSocket connect{clock};
+    FakeUdpFactory udp{clock};
+    FakeUdpSocket advertising{clock, udp.record};
+    FixedNetworkInfo network{QStringLiteral("127.0.0.1"), QStringLiteral("127.255.255.255")};
+    ScriptedDialogs dialogs;
+    std::unique_ptr<Platform> platform;
+    std::unique_ptr<MainApp> app;
+};
+
+void trustTestCa() {
+    QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
+    tls.addCaCertificates(kData + QStringLiteral("/ca.pem"));
+    QSslConfiguration::setDefaultConfiguration(tls);
+}
+
+}  // namespace
+
+TEST(BrokerIntegration, TheServicePairsAMasterWithASlaveAndCarriesTheLineProtocol) {
+    trustTestCa();
+    BrokerStandIn service{QStringLiteral("server")};
+    ASSERT_TRUE(service.ok);
+    BrokerApp slave(QStringLiteral("mode=slave\nserial=/dev/tty.usbserial\nusebroker=true\n"
+                                   "brokerid=slave@velto.example\nbrokerpin=1\n"
+                                   "brokeraccept=master@velto.example\n"),
+                    service.port());
+    slave->Connect.push();
+    ASSERT_TRUE(runUntil([&] { return slave->hostInfo.text() == QLatin1String("Connected to Broker"); }, 10000));
+
+    BrokerApp master(QStringLiteral("mode=master\nusebroker=true\nbrokerid=master@velto.example\nbrokerpin=2\n"
+                                    "brokerauto=slave@velto.example\n"),
+                     service.port());
+    master->_activityToggle_Action();
+    master->Connect.push();
+    ASSERT_TRUE(runUntil([&] { return master->brokerConnected && slave->brokerConnected && master->advancedRemote; },
+                         10000))
+        << master->activityLog.log.text().toStdString();
+    EXPECT_TRUE(slave->brokerAutoConnected);
+    EXPECT_TRUE(slave.dialogs.questions.empty());
+
+    // The master's slider reaches the slave's box; the box's reply comes back to the master.
+    master->channelA.setValue(30);
+    ASSERT_TRUE(runUntil([&] { return slave.link.box.levelA() == 30; }, 10000));
+    ASSERT_TRUE(runUntil(
+        [&] { return master->veltoStatus.text() == QString::fromLatin1(slave.link.box.statusLine()); }, 10000));
+    EXPECT_TRUE(master.boundary.reports().isEmpty());
+    EXPECT_TRUE(slave.boundary.reports().isEmpty());
+}
+
+TEST(BrokerIntegration, AnUntrustedCertificateIsRefusedAndNothingIsSent) {
+    trustTestCa();
+    BrokerStandIn service{QStringLiteral("untrusted")};
+    ASSERT_TRUE(service.ok);
+    BrokerApp slave(QStringLiteral("mode=slave\nusebroker=true\nbrokerid=slave@velto.example\nbrokerpin=1\n"),
+                    service.port());
+    slave->Connect.push();
+    ASSERT_TRUE(runUntil([&] { return slave->activityLog.log.text().contains(QLatin1String(": TLS: ")); }, 10000));
+    EXPECT_FALSE(slave->serverLogging);
+    EXPECT_FALSE(slave.broker.isConnected());
+    EXPECT_NE(slave->hostInfo.text(), QStringLiteral("Connected to Broker"));
+    EXPECT_TRUE(service.received.isEmpty());
+}
