@@ -28,8 +28,8 @@ void MainApp::wireBroker() {
     brokerSocket.onConnected = b.wrap([this] { brokerSocket_Connected(); });
     brokerSocket.onDataAvailable = b.wrap([this] { brokerSocket_DataAvailable(); });
     // A lost connection is left unreported: the service's own lines say what matters.
-    brokerSocket.onTlsError = [this, &b](const QString& reason) {
-        b.run([this, reason] { brokerSocket_TlsError(reason); });
+    brokerSocket.onTlsError = [this](const QString& reason) {
+        p_.boundary.run([this, reason] { brokerSocket_TlsError(reason); });
     };
 
     auto on = [&b](Signal<>& event, std::function<void()> handler) {
