@@ -16,8 +16,8 @@ void MainApp::wireConnectService() {
     connectSocket.onConnected = b.wrap([this] { connectSocket_Connected(); });
     connectSocket.onDataAvailable = b.wrap([this] { connectSocket_DataAvailable(); });
     // Not subject to serverLogging: a refused certificate must never pass unseen.
-    connectSocket.onTlsError = [this, &b](const QString& reason) {
-        b.run([this, &reason] { log(QStringLiteral("TLS: ") + reason); });
+    connectSocket.onTlsError = [this](const QString& reason) {
+        p_.boundary.run([this, &reason] { log(QStringLiteral("TLS: ") + reason); });
     };
     connectWindow.connectButton.action.connect(b.wrap([this] { connectButton_Action(); }));
     // A closed window is gone; the next one starts blank and offers the key in use.
