@@ -1,6 +1,5 @@
 #include "gui/about_view.h"
 
-#include <QCloseEvent>
 #include <QHBoxLayout>
 #include <QLinearGradient>
 #include <QPainter>
@@ -57,10 +56,9 @@ QPixmap AboutView::appPicture(int size) {
     return picture;
 }
 
-AboutView::AboutView(MainApp& app, QWidget* parent) : QWidget(parent, Qt::Window), app_(app) {
+AboutView::AboutView(MainApp& app, QWidget* parent)
+    : ModelWindow(app.aboutQTR.window, app.platform().boundary, parent), app_(app) {
     MainApp::AboutWindow& about = app.aboutQTR;
-    setObjectName(about.window.name());
-    setWindowTitle(about.window.title());
     setFixedSize(MainApp::AboutWindow::kWidth, MainApp::AboutWindow::kHeight);
 
     auto* column = new QVBoxLayout(this);
@@ -105,30 +103,14 @@ AboutView::AboutView(MainApp& app, QWidget* parent) : QWidget(parent, Qt::Window
     column->addLayout(buttons);
 
     followModel();
-    gui::onModel(this, about.window.changed, [this] { followModel(); });
-}
-
-void AboutView::followModel() {
-    if (app_.aboutQTR.window.visible()) {
-        show();
-        raise();
-        activateWindow();
-    } else {
-        hide();
-    }
 }
 
 bool AboutView::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::MouseButtonPress && watched->objectName() == app_.aboutQTR.changelog.name()) {
-        app_.platform().boundary.run([this] { app_.changelog_MouseDown(); });
+        boundary_.run([this] { app_.changelog_MouseDown(); });
         return true;
     }
     return QWidget::eventFilter(watched, event);
-}
-
-void AboutView::closeEvent(QCloseEvent* event) {
-    event->ignore();
-    app_.platform().boundary.run([this] { app_.aboutQTR.window.close(); });
 }
 
 }  // namespace velto

@@ -3,13 +3,14 @@
 // shows and hides with its model's window.
 
 #include <QPixmap>
-#include <QWidget>
+
+#include "gui/model_window.h"
 
 namespace velto {
 
 class MainApp;
 
-class AboutView final : public QWidget {
+class AboutView final : public ModelWindow {
 public:
     AboutView(MainApp& app, QWidget* parent);
 
@@ -17,12 +18,9 @@ public:
     static QPixmap appPicture(int size);
 
 protected:
-    void closeEvent(QCloseEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    void followModel();
-
     MainApp& app_;
 };
 

@@ -1,6 +1,5 @@
 #include "gui/broker_chat_view.h"
 
-#include <QCloseEvent>
 #include <QHBoxLayout>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -12,8 +11,7 @@ namespace velto {
 using gui::bound;
 
 BrokerChatView::BrokerChatView(MainApp& app, MainApp::BrokerChat& chat, QWidget* parent)
-    : QWidget(parent, Qt::Window), app_(app), chat_(chat) {
-    setObjectName(chat.window.name());
+    : ModelWindow(chat.window, app.platform().boundary, parent) {
     resize(MainApp::BrokerChat::kWidth, MainApp::BrokerChat::kHeight);
 
     auto* column = new QVBoxLayout(this);
@@ -28,18 +26,7 @@ BrokerChatView::BrokerChatView(MainApp& app, MainApp::BrokerChat& chat, QWidget*
     // Return in the field is the default button's click.
     connect(composer, &QLineEdit::returnPressed, send, &QPushButton::click);
 
-    auto refresh = [this] {
-        setWindowTitle(chat_.window.title());
-        if (!chat_.window.visible()) hide();
-    };
-    refresh();
-    gui::onModel(this, chat.window.changed, refresh);
-    gui::onModel(this, chat.window.shown, [this] {
-        show();
-        raise();
-        activateWindow();
-    });
-    setVisible(chat.window.visible());
+    followModel();
 }
 
 void BrokerChatView::followChats(MainApp& app, QWidget* parent) {
@@ -47,11 +34,6 @@ void BrokerChatView::followChats(MainApp& app, QWidget* parent) {
     const int id = app.brokerChatCreated.connect(
         [&app, parent](MainApp::BrokerChat& chat) { new BrokerChatView(app, chat, parent); });
     QObject::connect(parent, &QObject::destroyed, [&app, id] { app.brokerChatCreated.disconnect(id); });
-}
-
-void BrokerChatView::closeEvent(QCloseEvent* event) {
-    event->ignore();
-    app_.platform().boundary.run([this] { chat_.window.close(); });
 }
 
 }  // namespace velto

@@ -2,25 +2,17 @@
 // One VeltoBroker conversation, bound to a MainApp::BrokerChat. A view is made for each chat
 // model as MainApp makes it; it follows its model's visibility and title.
 
-#include <QWidget>
-
 #include "device/main_app.h"
+#include "gui/model_window.h"
 
 namespace velto {
 
-class BrokerChatView final : public QWidget {
+class BrokerChatView final : public ModelWindow {
 public:
     BrokerChatView(MainApp& app, MainApp::BrokerChat& chat, QWidget* parent);
 
     /// Makes a view for every chat window model there is and will be, under `parent`.
     static void followChats(MainApp& app, QWidget* parent);
-
-protected:
-    void closeEvent(QCloseEvent* event) override;
-
-private:
-    MainApp& app_;
-    MainApp::BrokerChat& chat_;
 };
 
 }  // namespace velto

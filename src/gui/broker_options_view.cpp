@@ -1,6 +1,5 @@
 #include "gui/broker_options_view.h"
 
-#include <QCloseEvent>
 #include <QDrag>
 #include <QDragEnterEvent>
 #include <QGridLayout>
@@ -87,10 +86,9 @@ QLabel* wrapped(Label& model) {
 
 }  // namespace
 
-BrokerOptionsView::BrokerOptionsView(MainApp& app, QWidget* parent) : QWidget(parent, Qt::Window), app_(app) {
+BrokerOptionsView::BrokerOptionsView(MainApp& app, QWidget* parent)
+    : ModelWindow(app.brokerOptions.window, app.platform().boundary, parent), app_(app) {
     MainApp::BrokerOptions& w = app_.brokerOptions;
-    ExceptionBoundary& boundary = app_.platform().boundary;
-    setObjectName(w.window.name());
     resize(MainApp::BrokerOptions::kWidth, MainApp::BrokerOptions::kHeight);
 
     auto* column = new QVBoxLayout(this);
@@ -104,12 +102,16 @@ BrokerOptionsView::BrokerOptionsView(MainApp& app, QWidget* parent) : QWidget(pa
     auto* lists = new QGridLayout;
     lists->addWidget(bound<QLabel>(w.Label5), 0, 0);
     lists->addWidget(bound<QLabel>(w.Label6), 0, 1);
-    lists->addWidget(new NameList(w.acceptList, boundary, [this](int row) { return app_.acceptList_DragRow(row); },
-                                  [this](const QString& text) { app_.acceptList_DropObject(text); }),
-                     1, 0);
-    lists->addWidget(new NameList(w.rejectList, boundary, [this](int row) { return app_.rejectList_DragRow(row); },
-                                  [this](const QString& text) { app_.rejectList_DropObject(text); }),
-                     1, 1);
+    lists->addWidget(
+        new NameList(
+            w.acceptList, boundary_, [this](int row) { return app_.acceptList_DragRow(row); },
+            [this](const QString& text) { app_.acceptList_DropObject(text); }),
+        1, 0);
+    lists->addWidget(
+        new NameList(
+            w.rejectList, boundary_, [this](int row) { return app_.rejectList_DragRow(row); },
+            [this](const QString& text) { app_.rejectList_DropObject(text); }),
+        1, 1);
     column->addLayout(lists, 1);
     column->addWidget(wrapped(w.Label7));
     auto* addRow = new QHBoxLayout;
@@ -126,24 +128,8 @@ BrokerOptionsView::BrokerOptionsView(MainApp& app, QWidget* parent) : QWidget(pa
     buttons->addWidget(done);
     column->addLayout(buttons);
 
-    auto refresh = [this] {
-        setWindowTitle(app_.brokerOptions.window.title());
-        if (!app_.brokerOptions.window.visible()) hide();
-    };
-    refresh();
-    gui::onModel(this, w.window.changed, refresh);
-    gui::onModel(this, w.window.shown, [this] {
-        show();
-        raise();
-        activateWindow();
-    });
-    setVisible(w.window.visible());
-}
-
-void BrokerOptionsView::closeEvent(QCloseEvent* event) {
-    // Closed other than by Done: the edits are lost.
-    event->ignore();
-    app_.platform().boundary.run([this] { app_.brokerOptions.window.close(); });
+    // Closed by its close box rather than by Done: the edits are lost.
+    followModel();
 }
 
 }  // namespace velto

@@ -2,18 +2,15 @@
 // The VeltoBroker options: auto connect, the accept and reject lists with names dragged between
 // them, and the own profile. Bound to MainApp::brokerOptions; it follows its model's visibility.
 
-#include <QWidget>
+#include "gui/model_window.h"
 
 namespace velto {
 
 class MainApp;
 
-class BrokerOptionsView final : public QWidget {
+class BrokerOptionsView final : public ModelWindow {
 public:
     BrokerOptionsView(MainApp& app, QWidget* parent);
-
-protected:
-    void closeEvent(QCloseEvent* event) override;
 
 private:
     MainApp& app_;

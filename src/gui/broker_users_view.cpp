@@ -1,6 +1,5 @@
 #include "gui/broker_users_view.h"
 
-#include <QCloseEvent>
 #include <QHBoxLayout>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -12,9 +11,9 @@ namespace velto {
 
 using gui::bound;
 
-BrokerUsersView::BrokerUsersView(MainApp& app, QWidget* parent) : QWidget(parent, Qt::Window), app_(app) {
-    MainApp::BrokerUsers& w = app_.brokerUsers;
-    setObjectName(w.window.name());
+BrokerUsersView::BrokerUsersView(MainApp& app, QWidget* parent)
+    : ModelWindow(app.brokerUsers.window, app.platform().boundary, parent) {
+    MainApp::BrokerUsers& w = app.brokerUsers;
     resize(MainApp::BrokerUsers::kWidth, MainApp::BrokerUsers::kHeight);
 
     auto* column = new QVBoxLayout(this);
@@ -36,23 +35,7 @@ BrokerUsersView::BrokerUsersView(MainApp& app, QWidget* parent) : QWidget(parent
     buttons->addWidget(request);
     column->addLayout(buttons);
 
-    auto refresh = [this] {
-        setWindowTitle(app_.brokerUsers.window.title());
-        if (!app_.brokerUsers.window.visible()) hide();
-    };
-    refresh();
-    gui::onModel(this, w.window.changed, refresh);
-    gui::onModel(this, w.window.shown, [this] {
-        show();
-        raise();
-        activateWindow();
-    });
-    setVisible(w.window.visible());
-}
-
-void BrokerUsersView::closeEvent(QCloseEvent* event) {
-    event->ignore();
-    app_.platform().boundary.run([this] { app_.brokerUsers.window.close(); });
+    followModel();
 }
 
 }  // namespace velto

@@ -1,6 +1,5 @@
 #include "gui/prefs_window_view.h"
 
-#include <QCloseEvent>
 #include <QCoreApplication>
 #include <QFormLayout>
 #include <QHBoxLayout>
@@ -45,9 +44,8 @@ QLineEdit* shortField(TextField& model) {
 }  // namespace
 
 PrefsWindowView::PrefsWindowView(MainApp& app, QWidget* parent)
-    : QWidget(parent, Qt::Window), app_(app) {
+    : ModelWindow(app.prefsWindow.window, app.platform().boundary, parent), app_(app) {
     MainApp::PrefsWindow& w = app_.prefsWindow;
-    setObjectName(w.window.name());
 
     auto* modes = new QGroupBox;
     modes->setObjectName(w.GroupBox1.name());
@@ -103,24 +101,11 @@ PrefsWindowView::PrefsWindowView(MainApp& app, QWidget* parent)
     layout->addLayout(buttons);
     setMinimumWidth(680);
 
-    auto refreshTitle = [this] { setWindowTitle(app_.prefsWindow.window.title()); };
-    refreshTitle();
-    gui::onModel(this, w.window.changed, [this, refreshTitle] {
-        refreshTitle();
-        if (!app_.prefsWindow.window.visible()) hide();
-    });
-    // Shown again while open: brought to the front, which activates it.
-    gui::onModel(this, w.window.shown, [this] {
-        show();
-        raise();
-        activateWindow();
-    });
     // Quitting closes the open window as its close box would: what it holds is saved.
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
-        if (app_.prefsWindow.window.visible())
-            app_.platform().boundary.run([this] { app_.prefsWindow.window.close(); });
+        if (model_.visible()) boundary_.run([this] { model_.close(); });
     });
-    setVisible(w.window.visible());
+    followModel();
 }
 
 QWidget* PrefsWindowView::buildBrokerTab() {
@@ -162,15 +147,10 @@ QWidget* PrefsWindowView::buildManualTab() {
 }
 
 void PrefsWindowView::changeEvent(QEvent* event) {
+    // Also when shown again while open: it is brought to the front, which activates it.
     QWidget::changeEvent(event);
     if (event->type() == QEvent::ActivationChange && isActiveWindow())
-        app_.platform().boundary.run([this] { app_.prefsWindow.window.activate(); });
-}
-
-void PrefsWindowView::closeEvent(QCloseEvent* event) {
-    // The close box closes the model's window, which runs its Close event once.
-    event->ignore();
-    app_.platform().boundary.run([this] { app_.prefsWindow.window.close(); });
+        boundary_.run([this] { model_.activate(); });
 }
 
 }  // namespace velto

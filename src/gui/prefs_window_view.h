@@ -4,19 +4,18 @@
 // MainApp::prefsWindow; the window follows its model's visibility and reports its activation
 // and its close box to the model.
 
-#include <QWidget>
+#include "gui/model_window.h"
 
 namespace velto {
 
 class MainApp;
 
-class PrefsWindowView final : public QWidget {
+class PrefsWindowView final : public ModelWindow {
 public:
     PrefsWindowView(MainApp& app, QWidget* parent);
 
 protected:
     void changeEvent(QEvent* event) override;
-    void closeEvent(QCloseEvent* event) override;
 
 private:
     QWidget* buildBrokerTab();
