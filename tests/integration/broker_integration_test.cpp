@@ -5,9 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
-#include <QSslCertificate>
 #include <QSslConfiguration>
-#include <QSslKey>
 #include <QSslServer>
 #include <QSslSocket>
 #include <QTemporaryDir>
@@ -23,27 +21,18 @@
 #include "platform/qt/qt_ssl_socket.h"
 #include "support/run_until.h"
 #include "support/sim_link.h"
+#include "support/tls_test_data.h"
 
 using namespace velto;
 
 namespace {
-
-const QString kData = QStringLiteral(VELTO_TEST_DATA);
-
-QByteArray readFile(const QString& name) {
-    QFile file(kData + QLatin1Char('/') + name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 /// Just enough of a brokering service: it greets, registers anyone, passes a request to the
 /// named user, links the two on ";accept=", and then passes every other line across.
 class BrokerStandIn {
 public:
     explicit BrokerStandIn(const QString& certificate) {
-        QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
-        tls.setLocalCertificate(QSslCertificate(readFile(certificate + QStringLiteral(".pem"))));
-        tls.setPrivateKey(QSslKey(readFile(certificate + QStringLiteral(".key")), QSsl::Rsa));
-        tls.setPeerVerifyMode(QSslSocket::VerifyNone);
+        const QSslConfiguration tls = serverTls(certificate);
         server_.setSslConfiguration(tls);
         QObject::connect(&server_, &QSslServer::pendingConnectionAvailable, &server_, [this] {
             while (QTcpSocket* socket = server_.nextPendingConnection()) serve(socket);
@@ -132,12 +121,6 @@ struct BrokerApp {
     std::unique_ptr<Platform> platform;
     std::unique_ptr<MainApp> app;
 };
-
-void trustTestCa() {
-    QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
-    tls.addCaCertificates(kData + QStringLiteral("/ca.pem"));
-    QSslConfiguration::setDefaultConfiguration(tls);
-}
 
 }  // namespace
 

@@ -4,38 +4,26 @@
 
 #include <gtest/gtest.h>
 
-#include <QFile>
 #include <QPointer>
 #include <QProcess>
-#include <QSslCertificate>
 #include <QSslConfiguration>
-#include <QSslKey>
 #include <QSslServer>
 #include <QSslSocket>
 #include <QTemporaryDir>
 
 #include "support/run_until.h"
+#include "support/tls_test_data.h"
 
 using namespace velto;
 
 namespace {
-
-const QString kData = QStringLiteral(VELTO_TEST_DATA);
-
-QByteArray readFile(const QString& name) {
-    QFile file(kData + QLatin1Char('/') + name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 /// A connect service that takes one client and keeps what it read; the test speaks for it.
 class StandInConnectService {
 public:
     /// `certificate`: "server" (signed by tests/data/ca.pem) or "untrusted" (self-signed).
     explicit StandInConnectService(const QString& certificate) {
-        QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
-        tls.setLocalCertificate(QSslCertificate(readFile(certificate + QStringLiteral(".pem"))));
-        tls.setPrivateKey(QSslKey(readFile(certificate + QStringLiteral(".key")), QSsl::Rsa));
-        tls.setPeerVerifyMode(QSslSocket::VerifyNone);
+        const QSslConfiguration tls = serverTls(certificate);
         server_.setSslConfiguration(tls);
         QObject::connect(&server_, &QSslServer::pendingConnectionAvailable, &server_, [this] {
             while (QTcpSocket* socket = server_.nextPendingConnection()) {
@@ -119,7 +107,7 @@ TEST(ConnectServiceProgram, AKeyOnTheCommandLineOpensASessionThatFollowsTheServi
         QStringLiteral("https://127.0.0.1/connect/?key=") + kKey + QStringLiteral("  ");
     Program velto({QStringLiteral("--log"), QStringLiteral("--connect-key"), link,
                    QStringLiteral("--connect-service"), service.hostPort(),
-                   QStringLiteral("--ca-file"), kData + QStringLiteral("/ca.pem")});
+                   QStringLiteral("--ca-file"), testDataPath(QStringLiteral("ca.pem"))});
 
     // The opening line, upper-cased and ended by LF alone, is all the service hears at first.
     ASSERT_TRUE(runUntil([&] { return service.received.endsWith('\n'); }, 15000))
@@ -151,7 +139,7 @@ TEST(ConnectServiceProgram, AnUntrustedCertificateIsRefusedBeforeAnythingIsSent)
     // No --log: the refusal is logged all the same.
     Program velto({QStringLiteral("--connect-key"), kKey, QStringLiteral("--connect-service"),
                    service.hostPort(), QStringLiteral("--ca-file"),
-                   kData + QStringLiteral("/ca.pem")});
+                   testDataPath(QStringLiteral("ca.pem"))});
     ASSERT_TRUE(velto.waitFor(QStringLiteral(": TLS: ")))
         << velto.out.toStdString() << velto.err.toStdString();
     EXPECT_TRUE(service.received.isEmpty());

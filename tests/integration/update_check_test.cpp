@@ -8,9 +8,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
-#include <QSslCertificate>
 #include <QSslConfiguration>
-#include <QSslKey>
 #include <QSslServer>
 #include <QSslSocket>
 #include <QTemporaryDir>
@@ -19,17 +17,11 @@
 
 #include "platform/qt/qt_https_client.h"
 #include "support/run_until.h"
+#include "support/tls_test_data.h"
 
 using namespace velto;
 
 namespace {
-
-const QString kData = QStringLiteral(VELTO_TEST_DATA);
-
-QByteArray readFile(const QString& name) {
-    QFile file(kData + QLatin1Char('/') + name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 /// An HTTPS service that answers every POST with one canned reply, or trickles a byte every
 /// 100 ms and never ends, and keeps the requests it read.
@@ -39,10 +31,7 @@ public:
 
     /// `certificate`: "server" (signed by tests/data/ca.pem) or "untrusted" (self-signed).
     explicit StandInService(const QString& certificate) {
-        QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
-        tls.setLocalCertificate(QSslCertificate(readFile(certificate + QStringLiteral(".pem"))));
-        tls.setPrivateKey(QSslKey(readFile(certificate + QStringLiteral(".key")), QSsl::Rsa));
-        tls.setPeerVerifyMode(QSslSocket::VerifyNone);
+        const QSslConfiguration tls = serverTls(certificate);
         server_.setSslConfiguration(tls);
         QObject::connect(&server_, &QSslServer::pendingConnectionAvailable, &server_, [this] {
             while (QTcpSocket* socket = server_.nextPendingConnection()) serve(socket);
@@ -126,7 +115,7 @@ ProgramRun runProgram(const QStringList& options) {
 }  // namespace
 
 TEST(UpdateCheckProgram, ExitStatusAndMessageTellTheOutcome) {
-    const QString ca = kData + QStringLiteral("/ca.pem");
+    const QString ca = testDataPath(QStringLiteral("ca.pem"));
     const QString offer = QStringLiteral(
         "message: There is a new version of this app available  Version 2.7.0 (build 261)  Faster ramps.  "
         "Do you want to download the update?");
@@ -194,9 +183,7 @@ TEST(UpdateCheckProgram, BadServiceOptionsStopTheStart) {
 
 TEST(QtHttpsClient, EmptyOnErrorStatusAndAfterTheWholeTimeOut) {
     // The client trusts the test CA as the program does with --ca-file.
-    QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
-    tls.addCaCertificates(kData + QStringLiteral("/ca.pem"));
-    QSslConfiguration::setDefaultConfiguration(tls);
+    trustTestCa();
     StandInService service{QStringLiteral("server")};
     ASSERT_TRUE(service.ok);
     QtHttpsClient client;
