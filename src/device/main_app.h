@@ -255,6 +255,9 @@ public:
     void remoteControl_Connected();
     void remoteControl_DataAvailable();
     void remoteControl_Error();
+    /// A slave's handling of one peer line, from the LAN or the broker: a device command or
+    /// the extended language, then the idle time-out starts again.
+    void slaveTakesLine(const QString& text);
     /// Queues one line (given without a line end) on the transport in use.
     void sendRemoteData(const QString& text);
     void flushRemote();

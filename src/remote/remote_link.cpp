@@ -86,6 +86,10 @@ void MainApp::remoteControl_DataAvailable() {
             text = QStringLiteral("S");
     }
 
+    slaveTakesLine(text);
+}
+
+void MainApp::slaveTakesLine(const QString& text) {
     if (!text.startsWith(QLatin1Char(';'))) {
         sendStimData(Trim(text));
         if (same(Trim(text), QStringLiteral("K"))) playbackStop.push();

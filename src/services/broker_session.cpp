@@ -188,19 +188,7 @@ void MainApp::parseBrokerData(const QString& line) {
     // service traffic count as activity against a slave's time-out.
     if (brokerConnected && same(systemMode, kSlave)) {
         errText.setText({});
-        if (!line.startsWith(QLatin1Char(';'))) {
-            sendStimData(Trim(line));
-            if (same(Trim(line), QStringLiteral("K"))) playbackStop.push();
-        } else if (!extendedCommands(Trim(Mid(line, 2)))) {
-            sendStimData(QString());
-        }
-        if (overrideTimeout) {
-            slaveIdle.setMode(Timer::Off);
-        } else {
-            slaveIdle.setPeriod(slaveTimeout * 1000);
-            slaveIdle.setMode(Timer::Single);
-            slaveIdle.reset();
-        }
+        slaveTakesLine(line);
     }
     if (brokerConnected && same(systemMode, kMaster)) {
         if (!line.startsWith(QLatin1Char(';')))
