@@ -111,11 +111,12 @@ TEST(BrokerSession, ASlaveAnswersARequestByItsListsOrByAsking) {
         EXPECT_EQ(s->currentPeer, QStringLiteral("master@velto.example"));
         EXPECT_EQ(s->brokerAutoConnected, c.autoAccepted);
         ASSERT_EQ(s.dialogs.questions.size(), c.answer ? 1u : 0u);
-        if (c.answer)
+        if (c.answer) {
             EXPECT_EQ(
                 s.dialogs.questions[0].text,
                 QStringLiteral("Do you want to accept a connection from  master@velto.example "
                                "\rProfile: Hello"));
+        }
     }
     // A master ignores requests, and a slave asks for no list.
     BrokerRig m(QStringLiteral("master"));
