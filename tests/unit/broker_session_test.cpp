@@ -254,6 +254,17 @@ TEST(BrokerSession, CutEmptyAndRefusedInput) {
     s.advance(1);
     EXPECT_TRUE(s->errText.text().isEmpty());
     EXPECT_EQ(s->slaveIdle.mode(), Timer::Single);
+
+    // A megabyte with no line end is dropped whole, and the next line is read as ever; a service
+    // that goes away mid-session leaves the copy running.
+    s.brokerSocket.peerSends(QByteArray(1 << 20, 'x'));
+    s.say(";denied");
+    EXPECT_EQ(s.dialogs.messages.value(0), QStringLiteral("Your connection request was rejected"));
+    s.brokerSocket.peerDrops();
+    s.advance(1);
+    s->Connect.push();
+    EXPECT_EQ(s.brokerSocket.connects, 2);
+    EXPECT_TRUE(s.boundary.reports().isEmpty());
 }
 
 TEST(BrokerSession, AFailedHandshakeIsLoggedAndNothingIsSent) {

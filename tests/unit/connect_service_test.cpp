@@ -186,4 +186,14 @@ TEST(ConnectService, EachReadIsOneReply) {
     EXPECT_EQ(rig->channelA.value(), 40);
     EXPECT_EQ(rig->channelB.value(), 20);
     EXPECT_TRUE(rig.serial.writes.empty());  // a master has no box of its own to echo to
+
+    // A megabyte that is no reply changes nothing; a service that goes away leaves the panel as
+    // it was, as only what the service says is reported.
+    rig.service(QByteArray(1 << 20, '7'));
+    EXPECT_EQ(rig->channelA.value(), 40);
+    rig.service(";300");
+    rig.connectSocket.peerDrops();
+    rig.advance(1);
+    EXPECT_EQ(rig->hostInfo.text(), QStringLiteral("Waiting for link"));
+    EXPECT_TRUE(rig.boundary.reports().isEmpty());
 }
