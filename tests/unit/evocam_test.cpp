@@ -3,12 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
-
-#include <QDir>
 #include <QFile>
 #include <algorithm>
-#include <csignal>
 #include <iterator>
 
 #include "platform/caption_files.h"
@@ -126,20 +122,5 @@ TEST(CaptionFiles, CaptionsMessageAndClearingReachTheirFilesWhole) {
     rig.advance(20000);
     EXPECT_EQ(readText(message), QString());
 
-#ifdef Q_OS_UNIX
-    // The disk refuses the write half-way (a file size limit holds even for root): the old
-    // caption stays, and no temporary file is left beside it.
-    rlimit saved{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
-    auto* previous = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit small = saved;
-    small.rlim_cur = 16;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-    rig->statusRefresh(QStringLiteral("512:75:40:100:101:12:H:0:2.118"));
-    setrlimit(RLIMIT_FSIZE, &saved);
-    std::signal(SIGXFSZ, previous);
-    EXPECT_EQ(readText(status), QStringLiteral("Pulse L A:37.5 B:20 C:50 D:50.5"));
-    EXPECT_EQ(QDir(rig.prefsDir.path()).entryList(QDir::Files).size(), 2);
-#endif
     EXPECT_TRUE(rig.boundary.reports().isEmpty());
 }

@@ -7,12 +7,6 @@
 #include <QFile>
 #include <QFileInfo>
 
-#ifdef Q_OS_UNIX
-#include <sys/resource.h>
-
-#include <csignal>
-#endif
-
 #include "support/rig.h"
 
 using namespace velto;
@@ -439,29 +433,6 @@ TEST(FavouritesFile, AFailedOrInterruptedSaveLeavesTheOldFileWhole) {
         EXPECT_TRUE(rig.dialogs.messages.isEmpty());
         EXPECT_FALSE(QFileInfo::exists(rig.prefPath(QStringLiteral("gone"))));
     }
-#ifdef Q_OS_UNIX
-    {  // The disk refuses the write half-way (a file size limit holds even for root).
-        Rig rig;
-        rig.writePref(kDefault, old);
-        for (int i = 0; i < 400; ++i) rig->createNewFav.push();
-        rlimit saved{};
-        ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
-        auto* previous = std::signal(SIGXFSZ, SIG_IGN);
-        rlimit small = saved;
-        small.rlim_cur = 4096;
-        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-        rig.boundary.run([&] { rig->saveFavourites(); });
-        setrlimit(RLIMIT_FSIZE, &saved);
-        std::signal(SIGXFSZ, previous);
-        EXPECT_TRUE(rig.boundary.reports().isEmpty());
-        EXPECT_TRUE(rig.dialogs.messages.isEmpty());
-        EXPECT_EQ(readText(rig.prefPath(kDefault)), old);
-        EXPECT_EQ(filesIn(rig), QStringList{kDefault});
-        // With room again the same save goes through.
-        rig->saveFavourites();
-        EXPECT_EQ(readText(rig.prefPath(kDefault)).count(QLatin1Char('\n')), 401);
-    }
-#endif
 }
 
 TEST(FavouritesMenus, OpenClearsTheListOnlyForAFileThatExists) {

@@ -8,13 +8,6 @@
 
 #include "playback_support.h"
 
-#ifdef __linux__
-#include <fcntl.h>
-#include <linux/fs.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
-#endif
-
 using namespace velto;
 using namespace velto::playback_test;
 
@@ -344,38 +337,3 @@ TEST(Random, SettingsFileReadAtStartUpAndSaved) {
     EXPECT_EQ(MainApp::checkboxToText(next->randomTimes), QStringLiteral("true"));
 }
 
-#ifdef __linux__
-namespace {
-
-// An immutable folder takes no new file, yet the file in it stays writable in place.
-bool setImmutable(const QString& folder, bool on) {
-    const int fd = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY);
-    if (fd < 0) return false;
-    int flags = 0;
-    bool ok = ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0;
-    if (ok) {
-        flags = on ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
-        ok = ::ioctl(fd, FS_IOC_SETFLAGS, &flags) == 0;
-    }
-    ::close(fd);
-    return ok;
-}
-
-}  // namespace
-
-TEST(Random, AFailedSaveLeavesTheOldFileWhole) {
-    Rig rig;
-    const QByteArray old("delayfirst=true\nloopruntime=10\n");
-    rig.writePref(QStringLiteral("veltorandom.ini"), QString::fromLatin1(old));
-    if (!setImmutable(rig.prefsDir.path(), true)) GTEST_SKIP() << "no immutable folders here";
-    struct Undo {
-        QString path;
-        ~Undo() { setImmutable(path, false); }
-    } undo{rig.prefsDir.path()};
-    rig->loopRuntime.setText(QStringLiteral("99"));
-    rig->saveRandom();
-    QFile file(rig.prefPath(QStringLiteral("veltorandom.ini")));
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(file.readAll(), old);
-}
-#endif
