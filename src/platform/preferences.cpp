@@ -1,9 +1,24 @@
 #include "platform/preferences.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QStandardPaths>
 
 namespace velto {
+
+namespace {
+
+// Folders the program makes are the user's alone (0700), as the XDG base directories ask.
+bool makePrivatePath(const QString& path) {
+    const QFileInfo info(path);
+    if (info.isDir()) return true;
+    const QString parent = info.path();
+    if (parent != path && !makePrivatePath(parent)) return false;
+    return QDir().mkdir(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner) ||
+           QFileInfo(path).isDir();
+}
+
+}  // namespace
 
 Preferences Preferences::platformDefault() {
 #if defined(Q_OS_MACOS)
@@ -11,11 +26,12 @@ Preferences Preferences::platformDefault() {
 #elif defined(Q_OS_WIN)
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
 #else
+    // A relative XDG_CONFIG_HOME is invalid and is ignored, as the specification says.
     QString base = qEnvironmentVariable("XDG_CONFIG_HOME");
-    if (base.isEmpty()) base = QDir::homePath() + QStringLiteral("/.config");
+    if (QDir::isRelativePath(base)) base = QDir::homePath() + QStringLiteral("/.config");
     const QString folder = base + QStringLiteral("/velto");
 #endif
-    if (folder.isEmpty() || !QDir().mkpath(folder)) return Preferences(std::nullopt);
+    if (folder.isEmpty() || !makePrivatePath(QDir::cleanPath(folder))) return Preferences(std::nullopt);
     return Preferences(folder);
 }
 

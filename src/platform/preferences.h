@@ -11,7 +11,7 @@ public:
     /// The folder, or nothing when there is none.
     explicit Preferences(std::optional<QString> folder) : folder_(std::move(folder)) {}
     /// $XDG_CONFIG_HOME/velto (~/.config/velto) on Linux, ~/Library/Preferences on macOS, the
-    /// application-data folder on Windows; made if missing.
+    /// application-data folder on Windows; made if missing, readable by the user alone.
     static Preferences platformDefault();
 
     bool available() const { return folder_.has_value(); }
