@@ -2,15 +2,28 @@
 
 #include "platform/timer.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace velto {
 
 VirtualClock::VirtualClock(QDateTime wallStart) : wallStart_(std::move(wallStart)) {}
 
 VirtualClock::~VirtualClock() = default;
 
+namespace {
+
+// As on the real clock, a delay is what a timer can hold: 0 to the longest int of milliseconds.
+// Clamped before the change to microseconds, so that no period overflows.
+qint64 delayUs(qint64 delayMs) {
+    return std::clamp<qint64>(delayMs, 0, std::numeric_limits<int>::max()) * 1000;
+}
+
+}  // namespace
+
 void VirtualClock::arm(Timer* timer, qint64 delayMs) {
     disarm(timer);
-    const Key key{nowUs_ + (delayMs < 0 ? 0 : delayMs) * 1000, seq_++};
+    const Key key{nowUs_ + delayUs(delayMs), seq_++};
     queue_.emplace(key, Entry{timer, {}});
     armed_[timer] = key;
 }
@@ -23,7 +36,7 @@ void VirtualClock::disarm(Timer* timer) {
 }
 
 void VirtualClock::post(qint64 delayMs, std::function<void()> event) {
-    queue_.emplace(Key{nowUs_ + (delayMs < 0 ? 0 : delayMs) * 1000, seq_++},
+    queue_.emplace(Key{nowUs_ + delayUs(delayMs), seq_++},
                    Entry{nullptr, std::move(event)});
 }
 

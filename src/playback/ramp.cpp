@@ -178,7 +178,8 @@ void MainApp::playStimFavourite(qint64 row, bool continueAfter) {
         rampTimer.setPeriod(1000);
     } else {
         rampStep = 1;
-        rampTimer.setPeriod(rise * 100);
+        // In floating point: a huge Rise must not wrap the period.
+        rampTimer.setPeriod(Trunc(static_cast<double>(rise) * 100.0));
     }
     rampTimer.setMode(Timer::Multiple);
     manualControl = false;
@@ -266,7 +267,7 @@ void MainApp::runTimer_Action() {
     if (continueAfterPlayback) return;
     if (fallTime > 0) {
         rampStep = 10;
-        rampDown.setPeriod(fallTime * 100);
+        rampDown.setPeriod(Trunc(static_cast<double>(fallTime) * 100.0));
         rampDown.setMode(Timer::Multiple);
         tickCounter.setText(QStringLiteral("FALL"));
         logIf(QStringLiteral("Reducing levels"));

@@ -115,7 +115,8 @@ void MainApp::randomPlayback() {
 
 void MainApp::waitBetweenFavourites() {
     Random random(p_.seed());
-    const qint64 period = random.InRange(ValInt(minDelay.text()), ValInt(maxDelay.text())) * 1000;
+    const qint64 seconds = random.InRange(ValInt(minDelay.text()), ValInt(maxDelay.text()));
+    const qint64 period = Trunc(static_cast<double>(seconds) * 1000.0);  // huge: no wrap
     randomTimer.setPeriod(period);
     randMode.setText(QStringLiteral("Waiting ") + Str(period / 1000));
     randomTimer.setMode(Timer::Single);

@@ -48,7 +48,7 @@ void MainApp::playRemote(qint64 a, qint64 b, qint64 c, qint64 d, qint64 rise, qi
     logIf(QStringLiteral("Setting to target levels"));
     tickCounter.setText(QStringLiteral("RISE"));
     seqComplete = false;
-    rampTimer.setPeriod(rise * 100);
+    rampTimer.setPeriod(Trunc(static_cast<double>(rise) * 100.0));  // huge: no wrap
     rampStep = 1;
     rampTimer.setMode(Timer::Multiple);
     manualControl = false;

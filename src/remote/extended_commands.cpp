@@ -83,7 +83,9 @@ bool MainApp::extendedCommands(const QString& text) {
         cmdSequence.append(QStringLiteral("B") + Format(targetB / 10.0, QStringLiteral("#")));
         continueAfterPlayback = true;
         rampStep = 1;
-        rampTimer.setPeriod(items.size() >= 5 && number(4) > 30 ? number(4) * 100 : 3000);
+        // In floating point: a peer's huge step time must not wrap the period.
+        const bool stepTime = items.size() >= 5 && number(4) > 30;
+        rampTimer.setPeriod(stepTime ? Trunc(static_cast<double>(number(4)) * 100.0) : 3000);
         if (items.size() == 7) {
             cmdSequence.append(QStringLiteral("M") + items[5]);
             cmdSequence.append(same(items[6], QStringLiteral("H")) ? QStringLiteral("H") : QStringLiteral("L"));

@@ -100,7 +100,8 @@ void MainApp::slaveTakesLine(const QString& text) {
     if (overrideTimeout) {
         slaveIdle.setMode(Timer::Off);
     } else {
-        slaveIdle.setPeriod(slaveTimeout * 1000);
+        // In floating point: ";TIMEOUT=1E16" must not wrap to a short time-out.
+        slaveIdle.setPeriod(Trunc(static_cast<double>(slaveTimeout) * 1000.0));
         slaveIdle.setMode(Timer::Single);
         slaveIdle.reset();
     }
