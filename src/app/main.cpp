@@ -6,6 +6,7 @@
 // `velto-window` beside it, which is the same program with the widgets linked in.
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QSocketNotifier>
@@ -29,6 +30,7 @@
 #include "platform/qt/qt_ssl_socket.h"
 #include "platform/qt/qt_tcp_socket.h"
 #include "platform/qt/qt_udp_socket.h"
+#include "remote/page_server.h"
 #ifdef Q_OS_MACOS
 #include "platform/qt/apple_script_runner.h"
 #else
@@ -176,6 +178,11 @@ int main(int argc, char** argv) {
     velto::QtNetworkInfo network;
     if (cl.broadcast) network.setBroadcastOverride(*cl.broadcast);
     velto::QtHttpsClient https;
+    // The remote page for browsers, built into the program; a slave serves it when asked to.
+    velto::PageServer pageServer(clock);
+    QFile page(QStringLiteral(":/web/remote.html"));
+    if (page.open(QIODevice::ReadOnly))
+        pageServer.setDocument(QStringLiteral("/"), {"text/html; charset=utf-8", page.readAll()});
 
     std::unique_ptr<velto::Dialogs> dialogs;
 #ifdef VELTO_WITH_GUI
@@ -214,6 +221,7 @@ int main(int argc, char** argv) {
         mainApp.activityLog.lineLogged.connect([](const QString& line) { print(stdout, line); });
 
     platform.https = &https;
+    platform.pageServer = &pageServer;
     if (cl.updateUrl) mainApp.updateServiceUrl = *cl.updateUrl;
     if (cl.broker) {
         const auto [host, port] = *velto::CommandLine::hostPort(*cl.broker, velto::MainApp::kBrokerPort);

@@ -180,6 +180,8 @@ void MainApp::Connect_Action() {
             startBroker(false);
         }
     }
+
+    serveWebPage();
 }
 
 void MainApp::Reset_Action() { sendStimData(QStringLiteral("E")); }

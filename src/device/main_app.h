@@ -280,6 +280,10 @@ public:
     // ---- HTTP mode (remote/http_mode.cpp) ----------------------------------------------------
     void sendHTTPheaders();
     void resetHTTPslave();
+    /// The remote page for browsers, one port above the remote port: served while this copy is
+    /// a direct slave and the setting "webpage" asks for it.
+    bool webpage = false;
+    void serveWebPage();
 
     // ---- LAN discovery and remote play (remote/discovery.cpp) --------------------------------
     static constexpr qint64 kDiscoveryPort = 37846;

@@ -20,6 +20,8 @@
 
 namespace velto {
 
+class PageServer;
+
 struct Platform {
     Clock& clock;
     ExceptionBoundary& boundary;
@@ -42,6 +44,8 @@ struct Platform {
     ScriptRunner* scripts = nullptr;
     /// The update check's HTTPS; none means the service can't be reached.
     HttpsClient* https = nullptr;
+    /// Serves the remote page to browsers; none means no page is offered.
+    PageServer* pageServer = nullptr;
 };
 
 }  // namespace velto

@@ -146,6 +146,7 @@ void MainApp::prefsWindow_Close() {
     updateEvocam = w.evoCamLink.value();
     line("errorcorrection", checkboxToText(w.errorCorrect));
     out += QStringLiteral("favsfile=") + App.favsName;  // the file ends without a line break
+    if (webpage) out += QStringLiteral("\nwebpage=true");
 
     saveWhole(p_.preferences.child(QStringLiteral("veltoprefs.ini")), out.toUtf8());  // I/O errors pass in silence
 }

@@ -39,6 +39,7 @@ void MainApp::readSettingsLine(const QString& line) {
     else if (same(key, QStringLiteral("brokerreject"))) brokerReject.append(Trim(value()));
     else if (same(key, QStringLiteral("errorcorrection"))) checkResponses = isTrue(value());
     else if (same(key, QStringLiteral("favsfile"))) App.favsName = Trim(value());
+    else if (same(key, QStringLiteral("webpage"))) webpage = isTrue(value());
 }
 
 void MainApp::readSettings(const QString& path) {
