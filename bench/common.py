@@ -27,6 +27,7 @@ class Figure:
     target: float | None = None   # the figure must stay below this; None: reported only
     digits: int = 1               # decimals printed
     about: str = ""
+    at_least: bool = False        # the target is a floor: the figure must reach it
 
 
 @dataclass

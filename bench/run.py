@@ -52,7 +52,7 @@ def main() -> int:
     if options.list:
         for stem, module in modules:
             for name, fig in module.FIGURES.items():
-                target = "" if fig.target is None else f"< {fig.target:g} {fig.unit}"
+                target = "" if fig.target is None else f"{'>=' if fig.at_least else '<'} {fig.target:g} {fig.unit}"
                 print(f"{name:<16} {target:<12} {stem}: {fig.about}")
         return 0
 
@@ -87,8 +87,9 @@ def main() -> int:
                     print(f"{name} {value:.{fig.digits}f} {fig.unit}", flush=True)
                     if fig.target is None:
                         continue
-                    ok = value < fig.target
-                    print(f"  {name}: {'ok' if ok else 'MISSED'} (target < {fig.target:g} {fig.unit})",
+                    ok = value >= fig.target if fig.at_least else value < fig.target
+                    bound = ">=" if fig.at_least else "<"
+                    print(f"  {name}: {'ok' if ok else 'MISSED'} (target {bound} {fig.target:g} {fig.unit})",
                           file=sys.stderr, flush=True)
                     if not ok:
                         missed.append(name)

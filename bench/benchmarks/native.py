@@ -17,6 +17,16 @@ PROGRAMS = {
         "loop3h_commands": Figure("commands", digits=0,
                                   about="device commands sent by that playback (polls excluded)"),
     },
+    "broker_load": {
+        "broker_pairs": Figure("pairs", 1000, digits=0, at_least=True,
+                               about="linked master-slave pairs velto-broker holds (2 TLS connections each)"),
+        "broker_rss_kb_per_conn": Figure("kB", digits=1,
+                                         about="velto-broker's resident memory per connection held"),
+        "broker_lines_per_s": Figure("lines/s", 10000, digits=0, at_least=True,
+                                     about="lines relayed a second by velto-broker, as fast as it takes them"),
+        "broker_relay_p99_us": Figure("us", 5000, digits=0,
+                                      about="99th percentile of a line's time through velto-broker at 10,000 lines/s"),
+    },
 }
 
 FIGURES = {name: fig for figures in PROGRAMS.values() for name, fig in figures.items()}
