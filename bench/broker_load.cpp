@@ -7,6 +7,7 @@
 // the digest's cost is the login's, which is not measured here.
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -41,6 +42,15 @@ qint64 rssKb(qint64 pid) {
     for (const QByteArray& line : status.readAll().split('\n'))
         if (line.startsWith("VmRSS:")) return line.mid(6).trimmed().split(' ').value(0).toLongLong();
     return -1;
+}
+
+/// CPU time of a process, user and system, in seconds.
+double cpuSeconds(qint64 pid) {
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!stat.open(QIODevice::ReadOnly)) return 0;
+    const QByteArray text = stat.readAll();
+    const QList<QByteArray> f = text.mid(text.lastIndexOf(')') + 2).split(' ');
+    return double(f.value(11).toLongLong() + f.value(12).toLongLong()) / double(sysconf(_SC_CLK_TCK));
 }
 
 void progress(const char* text) {
@@ -298,8 +308,13 @@ int main(int argc, char** argv) {
     if (held < 2) return 1;
 
     progress("flooding");
+    const double cpuBefore = cpuSeconds(broker.processId());
+    QElapsedTimer flooding;
+    flooding.start();
     const double perSecond = load.flood(std::min(held, 200), 4, seconds);
     std::printf("broker_lines_per_s %.0f lines/s\n", perSecond);
+    std::fprintf(stderr, "  the broker used %.0f%% of a core meanwhile\n",
+                 100.0 * (cpuSeconds(broker.processId()) - cpuBefore) * 1000.0 / double(flooding.elapsed()));
     std::fflush(stdout);
 
     std::fprintf(stderr, "  pacing %d lines/s\n", rate);

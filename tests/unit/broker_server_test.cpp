@@ -268,6 +268,12 @@ TEST_F(BrokerServer, RequestsAreAnsweredAndAnAcceptedOneLinksTheTwo) {
     EXPECT_TRUE(dee.closed() && dee.wire->flushed);
     EXPECT_EQ(cy.lines(), QByteArrayList{";unavailable"});
     EXPECT_EQ(broker.linkedPairs(), 1);
+
+    // As the service stops, linked users hear that their link is lost.
+    broker.closeAll();
+    for (const Client& linked : {ann, bob}) EXPECT_EQ(linked.lines(), QByteArrayList{";disconnected"});
+    EXPECT_TRUE(ann.closed() && bob.closed() && cy.closed());
+    EXPECT_EQ(broker.connections(), 0);
 }
 
 TEST_F(BrokerServer, LinkedUsersGetEachOthersLinesAsTheyCame) {

@@ -25,7 +25,13 @@ bool is(const QByteArray& line, QByteArrayView word) {
     return t.size() == word.size() && begins(t, word);
 }
 
-QString text(const QByteArray& bytes) { return QString::fromUtf8(bytes); }
+/// Client text for the operator's log, with no control characters to play tricks there.
+QString text(const QByteArray& bytes) {
+    QByteArray shown = bytes;
+    for (char& c : shown)
+        if (static_cast<unsigned char>(c) < ' ' || c == 0x7f) c = '?';
+    return QString::fromUtf8(shown);
+}
 
 }  // namespace
 
@@ -145,6 +151,16 @@ int Broker::broadcast(const QByteArray& message) {
     for (Session* s : all) send(*s, line);
     note(QStringLiteral("broadcast to %1 users: %2").arg(all.size()).arg(text(message)));
     return int(all.size());
+}
+
+void Broker::closeAll() {
+    Entry entry(*this);
+    for (const auto& [id, s] : sessions_) {
+        if (!s->peer) continue;
+        unlink(*s);  // tells the peer
+        send(*s, QByteArrayLiteral(";disconnected"));
+    }
+    for (const auto& [id, s] : sessions_) finish(*s, Close::Flush);
 }
 
 void Broker::take(Session& s, const QByteArray& line) {

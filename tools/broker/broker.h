@@ -45,6 +45,8 @@ public:
     void dropped(quint64 id);
     /// ";broadcast:" `text` to every user logged in; returns how many.
     int broadcast(const QByteArray& text);
+    /// Ends every connection, telling linked users their link is lost, as the service stops.
+    void closeAll();
 
     qsizetype connections() const { return sessions_.size(); }
     qsizetype usersOnline() const { return online_.size(); }

@@ -15,8 +15,10 @@
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QSslKey>
+#include <QTimer>
 #include <csignal>
 #include <cstdio>
+#include <functional>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -48,8 +50,8 @@ void onSignal(int) {
     [[maybe_unused]] const auto n = ::write(signalPipe[1], &byte, 1);
 }
 
-/// SIGINT and SIGTERM end the event loop, where quitting is safe.
-void quitOnSignals(QCoreApplication& app) {
+/// SIGINT and SIGTERM run `stop` on the event loop, where it is safe.
+void onStopSignals(QCoreApplication& app, std::function<void()> stop) {
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) != 0) return;
     struct sigaction action = {};
     action.sa_handler = onSignal;
@@ -58,10 +60,10 @@ void quitOnSignals(QCoreApplication& app) {
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
     auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, &app);
-    QObject::connect(notifier, &QSocketNotifier::activated, &app, [&app] {
+    QObject::connect(notifier, &QSocketNotifier::activated, &app, [stop = std::move(stop)] {
         char byte;
         [[maybe_unused]] const auto n = ::read(signalPipe[0], &byte, 1);
-        app.quit();
+        stop();
     });
 }
 
@@ -243,14 +245,18 @@ int main(int argc, char** argv) {
 
     raiseFileLimit();
     std::signal(SIGPIPE, SIG_IGN);
-    quitOnSignals(app);
 
     QtClock clock;
     ThreadPinCheck pins;
+    TlsServer server(*tls);
     Broker broker(clock, pins, [&usersFile]() -> const Users& { return usersFile.current(); });
     broker.log = [](const QString& line) { say(stderr, line); };
-    TlsServer server(broker, *tls);
-    if (!server.listen(where->first, where->second, &error))
+    // Linked users hear that their link is lost; what is on its way gets a moment to go out.
+    onStopSignals(app, [&app, &broker] {
+        broker.closeAll();
+        QTimer::singleShot(500, &app, &QCoreApplication::quit);
+    });
+    if (!server.listen(broker, where->first, where->second, &error))
         return fail(QStringLiteral("can't listen on %1: %2").arg(where->first.toString(), error));
     ControlServer controlServer(broker);
     const bool controlled = controlServer.listen(controlPath, &error);

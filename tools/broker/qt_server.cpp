@@ -97,7 +97,7 @@ QByteArray addressKey(const QHostAddress& address) {
     return QHostAddress(v6).toString().toLatin1() + "/64";
 }
 
-TlsServer::TlsServer(Broker& broker, const QSslConfiguration& tls) : broker_(broker) {
+TlsServer::TlsServer(const QSslConfiguration& tls) {
     server_.setSslConfiguration(tls);
     // A handshake that doesn't finish in this time ends; the login deadline follows it.
     server_.setHandshakeTimeout(int(Broker::kLoginDeadlineMs));
@@ -108,7 +108,8 @@ TlsServer::TlsServer(Broker& broker, const QSslConfiguration& tls) : broker_(bro
     });
 }
 
-bool TlsServer::listen(const QHostAddress& address, quint16 port, QString* error) {
+bool TlsServer::listen(Broker& broker, const QHostAddress& address, quint16 port, QString* error) {
+    broker_ = &broker;
     if (server_.listen(address, port)) return true;
     if (error) *error = server_.errorString();
     return false;
@@ -119,7 +120,7 @@ void TlsServer::serve(QSslSocket* socket) {
     socket->setSocketOption(QAbstractSocket::KeepAliveOption, 1);
     // The id is known only once the broker has the connection; no event comes before that.
     auto id = std::make_shared<quint64>(0);
-    Broker& broker = broker_;
+    Broker& broker = *broker_;
     auto connection = std::make_unique<TlsConnection>(
         socket, [&broker, id](const QByteArray& bytes) { broker.received(*id, bytes); },
         [&broker, id] { broker.dropped(*id); });

@@ -75,16 +75,18 @@ private:
 /// since one holder usually has the whole /64.
 QByteArray addressKey(const QHostAddress& address);
 
+/// Hands each client to the broker once its TLS handshake is done. The broker must go first:
+/// the sockets are the server's children.
 class TlsServer {
 public:
-    TlsServer(Broker& broker, const QSslConfiguration& tls);
-    bool listen(const QHostAddress& address, quint16 port, QString* error);
+    explicit TlsServer(const QSslConfiguration& tls);
+    bool listen(Broker& broker, const QHostAddress& address, quint16 port, QString* error);
     quint16 port() const { return server_.serverPort(); }
 
 private:
     void serve(QSslSocket* socket);
 
-    Broker& broker_;
+    Broker* broker_ = nullptr;
     QSslServer server_;
 };
 
