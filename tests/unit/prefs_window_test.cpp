@@ -32,7 +32,7 @@ TEST(PrefsWindow, WhatIsReadIsShownAndDoneWritesItBackLineForLine) {
             "usebroker=true\nhttp=false\nautoadjust=false\nbrokerauto=peer\n"
             "brokeraccept=ann\nbrokeraccept=bob\nbrokerreject=eve\nbrokerreject=mallory\n"
             "evolink=true\nevocam=Cam 1\nerrorcorrection=true\nfavsfile=") +
-        rig.prefPath(QStringLiteral("mine.qvf"));
+        rig.prefPath(QStringLiteral("mine.qvf")) + QStringLiteral("\nwebpage=true");
     rig.writePref(kPrefs, file);
     rig.open();
     w.window.activate();
@@ -46,13 +46,15 @@ TEST(PrefsWindow, WhatIsReadIsShownAndDoneWritesItBackLineForLine) {
     EXPECT_FALSE(w.window.visible());
     EXPECT_EQ(readText(rig.prefPath(kPrefs)), file);
 
-    // No peer of its own: no such line. A mode that is no mode leaves the buttons alone.
+    // No peer of its own, no page: no such lines. A mode that is no mode leaves the buttons alone.
     rig->brokerauto.clear();
+    rig->webpage = false;
     rig->systemMode = QStringLiteral("relay");
     w.window.activate();
     EXPECT_TRUE(w.modeMaster.value());
     w.window.close();
     EXPECT_FALSE(readText(rig.prefPath(kPrefs)).contains(QStringLiteral("brokerauto")));
+    EXPECT_FALSE(readText(rig.prefPath(kPrefs)).contains(QStringLiteral("webpage")));
     EXPECT_TRUE(rig.boundary.reports().isEmpty());
 }
 
