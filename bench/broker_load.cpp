@@ -319,7 +319,12 @@ int main(int argc, char** argv) {
 
     std::fprintf(stderr, "  pacing %d lines/s\n", rate);
     qint64 lost = 0;
+    const double cpuPaced = cpuSeconds(broker.processId());
+    QElapsedTimer pacing;
+    pacing.start();
     std::vector<double> us = load.paced(held, rate, seconds, &lost);
+    std::fprintf(stderr, "  the broker used %.0f%% of a core meanwhile\n",
+                 100.0 * (cpuSeconds(broker.processId()) - cpuPaced) * 1000.0 / double(pacing.elapsed()));
     if (us.empty() || lost != 0) {
         std::fprintf(stderr, "broker_load: %lld lines lost at %d lines/s\n", (long long)lost, rate);
         return 1;

@@ -175,7 +175,7 @@ QString loginSettings(const QString& mode, const QString& id, const QString& pin
 
 }  // namespace
 
-TEST(BrokerServer, LinksTwoCopiesAndCarriesTheMastersLinesToTheBoxAndItsRepliesBack) {
+TEST(BrokerProgram, LinksTwoCopiesAndCarriesTheMastersLinesToTheBoxAndItsRepliesBack) {
     trustTestCa();
     BrokerProcess broker;
     ASSERT_NE(broker.port, 0) << broker.log().constData();
@@ -228,7 +228,7 @@ TEST(BrokerServer, LinksTwoCopiesAndCarriesTheMastersLinesToTheBoxAndItsRepliesB
     EXPECT_TRUE(master.boundary.reports().isEmpty());
 }
 
-TEST(BrokerServer, TellsACopyOfAWrongPinAndOfAUserOfflineOrBusy) {
+TEST(BrokerProgram, TellsACopyOfAWrongPinAndOfAUserOfflineOrBusy) {
     trustTestCa();
     BrokerProcess broker;
     ASSERT_NE(broker.port, 0) << broker.log().constData();

@@ -185,8 +185,8 @@ int main(int argc, char** argv) {
         "reach each other, over TLS.\n"
         "\n"
         "  velto-broker --cert FILE --key FILE [--listen ADDR[:PORT]] [--users FILE]\n"
-        "  velto-broker [--users FILE] --add-user ID...     (PINs on standard input, a line each)\n"
-        "  velto-broker [--users FILE] --remove-user ID...\n"
+        "  velto-broker [--users FILE] --add-user EMAIL...  (PINs on standard input, a line each)\n"
+        "  velto-broker [--users FILE] --remove-user EMAIL...\n"
         "  velto-broker [--users FILE | --control PATH] --broadcast TEXT"));
     const QCommandLineOption cert(QStringLiteral("cert"),
                                   QStringLiteral("The server's certificate, PEM, the chain behind it."),
@@ -202,9 +202,9 @@ int main(int argc, char** argv) {
                                    QStringLiteral("FILE"));
     const QCommandLineOption addUser(QStringLiteral("add-user"),
                                      QStringLiteral("Add a user, or change its PIN, read from standard input."),
-                                     QStringLiteral("ID"));
+                                     QStringLiteral("EMAIL"));
     const QCommandLineOption removeUser(QStringLiteral("remove-user"), QStringLiteral("Remove a user."),
-                                        QStringLiteral("ID"));
+                                        QStringLiteral("EMAIL"));
     const QCommandLineOption broadcast(QStringLiteral("broadcast"),
                                        QStringLiteral("Send TEXT to every user of the running service."),
                                        QStringLiteral("TEXT"));

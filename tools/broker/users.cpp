@@ -75,7 +75,7 @@ std::optional<Users> Users::parse(const QByteArray& text, QString* error) {
 QByteArray Users::text() const {
     QByteArray out = QByteArrayLiteral(
         "# velto-broker users: id:pbkdf2-sha256:iterations:salt:digest\n"
-        "# Change with velto-broker --users FILE --add-user ID or --remove-user ID.\n");
+        "# Change with velto-broker --users FILE --add-user EMAIL or --remove-user EMAIL.\n");
     for (const auto& [key, user] : users_) {
         const Credential& c = user.credential;
         out += user.id + ':' + kScheme + ':' + QByteArray::number(c.iterations) + ':' +
