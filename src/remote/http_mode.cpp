@@ -37,8 +37,8 @@ void MainApp::serveWebPage() {
         p_.dialogs.message(QStringLiteral("Unable to serve the remote page on port ") + Str(port) +
                            QStringLiteral(": ") + server->errorString());
     } else {
-        logIf(QStringLiteral("Remote page: http://") + remoteControl.localAddress() + QLatin1Char(':') +
-              Str(port) + QStringLiteral("/\r\n"));
+        logIf(QStringLiteral("Remote page: http://") + remoteControl.localAddress() +
+              QLatin1Char(':') + Str(port) + QStringLiteral("/\r\n"));
     }
 }
 

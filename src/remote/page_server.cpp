@@ -19,18 +19,22 @@ PageServer::PageServer(Clock& clock)
     sweep_.action = [this] { dropExpired(); };
 }
 
-PageServer::~PageServer() { close(); }
+PageServer::~PageServer() {
+    close();
+}
 
 void PageServer::setDocument(const QString& path, Document document) {
     documents_[path] = std::move(document);
 }
 
 bool PageServer::listen(quint16 port) {
-    if (server_ && server_->isListening() && port != 0 && server_->serverPort() == port) return true;
+    if (server_ && server_->isListening() && port != 0 && server_->serverPort() == port)
+        return true;
     close();
     if (!server_) {
         server_ = std::make_unique<QTcpServer>();
-        QObject::connect(server_.get(), &QTcpServer::newConnection, server_.get(), [this] { accept(); });
+        QObject::connect(server_.get(), &QTcpServer::newConnection, server_.get(),
+                         [this] { accept(); });
     }
     if (!server_->listen(listenAddress_, port)) {
         error_ = server_->errorString();
@@ -45,9 +49,13 @@ void PageServer::close() {
     if (server_) server_->close();
 }
 
-bool PageServer::isListening() const { return server_ && server_->isListening(); }
+bool PageServer::isListening() const {
+    return server_ && server_->isListening();
+}
 
-quint16 PageServer::port() const { return isListening() ? server_->serverPort() : 0; }
+quint16 PageServer::port() const {
+    return isListening() ? server_->serverPort() : 0;
+}
 
 void PageServer::accept() {
     while (QTcpSocket* socket = server_->nextPendingConnection()) {
@@ -62,8 +70,10 @@ void PageServer::accept() {
         client->deadlineMs = clock_.nowMs() + kDeadlineMs;
         clients_.emplace(socket, std::move(client));
         QObject::connect(socket, &QTcpSocket::readyRead, socket, [this, socket] { read(socket); });
-        QObject::connect(socket, &QTcpSocket::disconnected, socket, [this, socket] { drop(socket); });
-        QObject::connect(socket, &QTcpSocket::errorOccurred, socket, [this, socket] { drop(socket); });
+        QObject::connect(socket, &QTcpSocket::disconnected, socket,
+                         [this, socket] { drop(socket); });
+        QObject::connect(socket, &QTcpSocket::errorOccurred, socket,
+                         [this, socket] { drop(socket); });
         rearm();
         if (socket->bytesAvailable() > 0) read(socket);
     }
@@ -95,7 +105,8 @@ void PageServer::answer(QTcpSocket* socket, const QByteArray& head) {
         return;
     }
     if (parts[0] != "GET") {
-        reply(socket, "405 Method Not Allowed", "text/plain", "Only GET is served here\n", "Allow: GET\r\n");
+        reply(socket, "405 Method Not Allowed", "text/plain", "Only GET is served here\n",
+              "Allow: GET\r\n");
         return;
     }
     QByteArray path = parts[1];
@@ -114,8 +125,8 @@ void PageServer::reply(QTcpSocket* socket, const QByteArray& status, const QByte
     clients_.at(socket)->answered = true;
     socket->write("HTTP/1.1 " + status + "\r\nContent-Type: " + contentType +
                   "\r\nContent-Length: " + QByteArray::number(body.size()) +
-                  "\r\nCache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\n" + extraHeaders +
-                  "Connection: close\r\n\r\n" + body);
+                  "\r\nCache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\n" +
+                  extraHeaders + "Connection: close\r\n\r\n" + body);
     // The close waits for the answer to leave; the deadline still holds if the client won't read.
     socket->disconnectFromHost();
 }
@@ -140,9 +151,9 @@ void PageServer::dropExpired() {
 void PageServer::rearm() {
     sweep_.setMode(Timer::Off);
     if (clients_.empty()) return;
-    const auto first = std::min_element(clients_.begin(), clients_.end(), [](const auto& a, const auto& b) {
-        return a.second->deadlineMs < b.second->deadlineMs;
-    });
+    const auto first = std::min_element(
+        clients_.begin(), clients_.end(),
+        [](const auto& a, const auto& b) { return a.second->deadlineMs < b.second->deadlineMs; });
     sweep_.setPeriod(std::max<qint64>(0, first->second->deadlineMs - clock_.nowMs()));
     sweep_.setMode(Timer::Single);
 }

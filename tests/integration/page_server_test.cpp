@@ -40,10 +40,12 @@ struct Server {
             runUntil([] { return false; }, 10);  // the server sees each piece on its own
         }
         QByteArray answer;
-        runUntil([&] {
-            answer += client->readAll();
-            return client->state() == QAbstractSocket::UnconnectedState;
-        }, 3000);
+        runUntil(
+            [&] {
+                answer += client->readAll();
+                return client->state() == QAbstractSocket::UnconnectedState;
+            },
+            3000);
         return answer + client->readAll();
     }
     VirtualClock clock;
@@ -61,19 +63,24 @@ TEST(PageServer, AnswersAGetOfItsDocumentAndNothingElse) {
         QByteArray status;
         QByteArray header;
     } cases[] = {
-        {{"GET / HTTP/1.1\r\nHost: box\r\n\r\n"}, "HTTP/1.1 200 OK",
+        {{"GET / HTTP/1.1\r\nHost: box\r\n\r\n"},
+         "HTTP/1.1 200 OK",
          "Content-Type: text/html; charset=utf-8"},
         {{"GET /?fresh=1 HTTP/1.0\r\n\r\n"}, "HTTP/1.1 200 OK", "Content-Length: 28"},
-        {{"GE", "T / HTTP/1.1\r\nHo", "st: box\r\n", "\r\n"}, "HTTP/1.1 200 OK", "Connection: close"},
+        {{"GE", "T / HTTP/1.1\r\nHo", "st: box\r\n", "\r\n"},
+         "HTTP/1.1 200 OK",
+         "Connection: close"},
         {{"GET / HTTP/1.1\n\n"}, "HTTP/1.1 200 OK", "Cache-Control: no-store"},
         {{"GET /favicon.ico HTTP/1.1\r\n\r\n"}, "HTTP/1.1 404 Not Found", "Content-Length: 10"},
-        {{"POST / HTTP/1.1\r\nContent-Length: 3\r\n\r\nabc"}, "HTTP/1.1 405 Method Not Allowed",
+        {{"POST / HTTP/1.1\r\nContent-Length: 3\r\n\r\nabc"},
+         "HTTP/1.1 405 Method Not Allowed",
          "Allow: GET"},
         {{"HEAD / HTTP/1.1\r\n\r\n"}, "HTTP/1.1 405 Method Not Allowed", ""},
         {{"hello\r\n\r\n"}, "HTTP/1.1 400 Bad Request", ""},
         // One byte over the limit, with no end of the head in sight.
         {{"GET /" + QByteArray(PageServer::kMaxHead - 4, 'a')},
-         "HTTP/1.1 431 Request Header Fields Too Large", ""},
+         "HTTP/1.1 431 Request Header Fields Too Large",
+         ""},
     };
     for (const auto& c : cases) {
         const QByteArray answer = s.exchange(c.request);
@@ -109,7 +116,8 @@ TEST(PageServer, IdleClientsAreCappedAndDroppedAtTheirOwnDeadline) {
     EXPECT_EQ(s.server.clientCount(), PageServer::kMaxClients);
     // One that leaves frees its place.
     early.front()->abort();
-    ASSERT_TRUE(runUntil([&] { return s.server.clientCount() == PageServer::kMaxClients - 1; }, 3000));
+    ASSERT_TRUE(
+        runUntil([&] { return s.server.clientCount() == PageServer::kMaxClients - 1; }, 3000));
 
     s.clock.advance(PageServer::kDeadlineMs / 2);
     std::vector<std::unique_ptr<QTcpSocket>> late;
@@ -161,7 +169,8 @@ TEST(PageServer, ASlaveServesThePageOnThePortAboveItsOwnOnlyWhenAsked) {
         rig->modeSolo_Action();
         rig->Connect.push();
         EXPECT_FALSE(server.isListening());
-        EXPECT_TRUE(rig.dialogs.messages.isEmpty()) << rig.dialogs.messages.join(u'|').toStdString();
+        EXPECT_TRUE(rig.dialogs.messages.isEmpty())
+            << rig.dialogs.messages.join(u'|').toStdString();
     }
 
     // A port that is taken is said, not passed over in silence.
@@ -171,7 +180,8 @@ TEST(PageServer, ASlaveServesThePageOnThePortAboveItsOwnOnlyWhenAsked) {
     PageServer server(rig.clock);
     server.setListenAddress(QHostAddress::LocalHost);
     rig.platform->pageServer = &server;
-    rig.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("mode=slave\nwebpage=true\n") + port);
+    rig.writePref(QStringLiteral("veltoprefs.ini"),
+                  QStringLiteral("mode=slave\nwebpage=true\n") + port);
     rig.connect();
     EXPECT_FALSE(server.isListening());
     ASSERT_EQ(rig.dialogs.messages.size(), 1);
