@@ -175,6 +175,8 @@ std::optional<std::pair<QHostAddress, quint16>> parseListen(const QString& text)
 }  // namespace
 
 int main(int argc, char** argv) {
+    // Qt's own event loop is leaner than GLib's, which a server has no use for.
+    if (qEnvironmentVariableIsEmpty("QT_NO_GLIB")) qputenv("QT_NO_GLIB", "1");
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("velto-broker"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VELTO_VERSION));

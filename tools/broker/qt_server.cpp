@@ -52,9 +52,14 @@ void ThreadPinCheck::check(const Credential& credential, const QByteArray& pin,
 
 // ---- Clients -----------------------------------------------------------------------------
 
-TlsConnection::TlsConnection(QSslSocket* socket, std::function<void(const QByteArray&)> received,
-                             std::function<void()> dropped)
-    : socket_(socket) {
+void WriteBatch::flush() {
+    for (const QPointer<QSslSocket>& socket : std::exchange(sockets_, {}))
+        if (socket) socket->flush();
+}
+
+TlsConnection::TlsConnection(QSslSocket* socket, WriteBatch* batch,
+                             std::function<void(const QByteArray&)> received, std::function<void()> dropped)
+    : socket_(socket), batch_(batch) {
     readyRead_ = QObject::connect(socket, &QIODevice::readyRead, socket,
                                   [socket, received = std::move(received)] { received(socket->readAll()); });
     disconnected_ = QObject::connect(socket, &QAbstractSocket::disconnected, socket, std::move(dropped));
@@ -63,7 +68,9 @@ TlsConnection::TlsConnection(QSslSocket* socket, std::function<void(const QByteA
 TlsConnection::~TlsConnection() { close(false); }
 
 void TlsConnection::write(const QByteArray& bytes) {
-    if (socket_) socket_->write(bytes);
+    if (!socket_) return;
+    socket_->write(bytes);
+    if (batch_) batch_->add(socket_);
 }
 
 qint64 TlsConnection::unsentBytes() const {
@@ -121,9 +128,17 @@ void TlsServer::serve(QSslSocket* socket) {
     // The id is known only once the broker has the connection; no event comes before that.
     auto id = std::make_shared<quint64>(0);
     Broker& broker = *broker_;
+    WriteBatch& batch = batch_;
     auto connection = std::make_unique<TlsConnection>(
-        socket, [&broker, id](const QByteArray& bytes) { broker.received(*id, bytes); },
-        [&broker, id] { broker.dropped(*id); });
+        socket, &batch,
+        [&broker, &batch, id](const QByteArray& bytes) {
+            broker.received(*id, bytes);
+            batch.flush();
+        },
+        [&broker, &batch, id] {
+            broker.dropped(*id);
+            batch.flush();
+        });
     *id = broker.accept(std::move(connection), addressKey(socket->peerAddress()));
     // A client that left before it was taken raised its event to no one.
     if (socket->state() != QAbstractSocket::ConnectedState) broker.dropped(*id);

@@ -10,6 +10,7 @@
 #include <QSslServer>
 #include <QThreadPool>
 #include <unordered_map>
+#include <vector>
 
 #include "broker/broker.h"
 
@@ -52,10 +53,21 @@ private:
     QThreadPool pool_;
 };
 
+/// Sockets written while the broker handled one read, sent on before control goes back to
+/// the event loop: otherwise each would wait a pass of the loop, over every socket, to go out.
+class WriteBatch {
+public:
+    void add(QSslSocket* socket) { sockets_.emplace_back(socket); }
+    void flush();
+
+private:
+    std::vector<QPointer<QSslSocket>> sockets_;
+};
+
 /// One client's QSslSocket.
 class TlsConnection final : public Connection {
 public:
-    TlsConnection(QSslSocket* socket, std::function<void(const QByteArray&)> received,
+    TlsConnection(QSslSocket* socket, WriteBatch* batch, std::function<void(const QByteArray&)> received,
                   std::function<void()> dropped);
     ~TlsConnection() override;
     void write(const QByteArray& bytes) override;
@@ -67,6 +79,7 @@ public:
 
 private:
     QPointer<QSslSocket> socket_;
+    WriteBatch* batch_;
     QMetaObject::Connection readyRead_, disconnected_;
     bool closed_ = false;
 };
@@ -87,6 +100,7 @@ private:
     void serve(QSslSocket* socket);
 
     Broker* broker_ = nullptr;
+    WriteBatch batch_;
     QSslServer server_;
 };
 
