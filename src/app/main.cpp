@@ -1,5 +1,5 @@
 // The program: picks the adapters (a window, or none), builds MainApp, runs its start-up and
-// the event loop. SIGINT and SIGTERM end it cleanly with status 0.
+// the event loop. SIGINT and SIGTERM end it cleanly with status 0, the box stopped first.
 //
 // Two executables are built from this file. `velto` carries no widgets, so a headless box
 // server starts without loading the whole GUI stack; asked for a window, it hands over to
@@ -39,6 +39,7 @@
 
 #ifdef VELTO_WITH_GUI
 #include <QApplication>
+#include <QIcon>
 
 #include "gui/main_window_view.h"
 #include "gui/qt_browser.h"
@@ -144,10 +145,14 @@ int main(int argc, char** argv) {
     std::unique_ptr<QCoreApplication> app;
 #ifdef VELTO_WITH_GUI
     const bool windowed = !cl.headless;
-    if (windowed)
+    if (windowed) {
         app = std::make_unique<QApplication>(argc, argv);
-    else
+        // The installed desktop entry and icon: the desktop shows the window under them.
+        QGuiApplication::setDesktopFileName(QStringLiteral("example.velto.Velto"));
+        QGuiApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("example.velto.Velto")));
+    } else {
         app = std::make_unique<QCoreApplication>(argc, argv);
+    }
 #else
     const bool windowed = false;
     app = std::make_unique<QCoreApplication>(argc, argv);
@@ -272,5 +277,8 @@ int main(int argc, char** argv) {
         });
     }
 
-    return app->exec();
+    const int status = app->exec();
+    // However the program ends (a signal, Quit, the window closed), the box is not left running.
+    boundary.run([&] { mainApp.stopBoxForExit(200); });
+    return status;
 }

@@ -11,11 +11,14 @@ void MainApp::sendStimData(const QString& command) {
     if (trimmed.isEmpty()) return;
 
     if (!same(systemMode, QStringLiteral("master"))) {
-        velto.write(trimmed.toLatin1() + '\r');
+        // A capped level is the command the reply is checked against, so it is not repeated.
+        const QString sent = capLevel(trimmed);
+        velto.write(sent.toLatin1() + '\r');
         velto.xmitWait();
         velto.flush();
-        lastCommand = command;
-        if (logSerialOn()) log(QStringLiteral("Sent ") + trimmed);
+        lastCommand = sent == trimmed ? command : sent;
+        if (same(sent, QStringLiteral("J1")) || same(sent, QStringLiteral("J0"))) boxJoined = same(sent, QStringLiteral("J1"));
+        if (logSerialOn()) log(QStringLiteral("Sent ") + sent);
         if (same(lastCommand, QStringLiteral("K"))) {
             overrideTimeout = false;
             manualControl = true;
@@ -51,6 +54,8 @@ void MainApp::velto_DataAvailable() {
     if (validateResponse(veltoResults)) {
         // statusRefresh may run other handlers; it works on its own copy of the reply.
         const QString reply = veltoResults;
+        const QStringList fields = Split(reply, QStringLiteral(":"));
+        if (fields.size() == 9) boxJoined = fields[7] == QLatin1String("1");
         statusRefresh(reply);
         lastCmd.setText({});
         lastCommand.clear();

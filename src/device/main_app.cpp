@@ -71,6 +71,7 @@ void MainApp::wireTimers() {
 void MainApp::wireSockets() {
     ExceptionBoundary& b = p_.boundary;
     velto.onDataAvailable = b.wrap([this] { velto_DataAvailable(); });
+    velto.onError = b.wrap([this] { velto_Error(); });
 }
 
 void MainApp::wireControls() {
@@ -85,14 +86,26 @@ void MainApp::wireControls() {
     on(halt.action, [this] { halt_Action(); });
 
     on(ModeControl.change, [this] { ModeControl_Change(); });
-    on(channelA.valueChanged, [this] { channelA_ValueChanged(); });
-    on(channelB.valueChanged, [this] { channelB_ValueChanged(); });
+    on(channelA.valueChanged, [this] {
+        SourceScope source(*this, CommandSource::Slider);
+        channelA_ValueChanged();
+    });
+    on(channelB.valueChanged, [this] {
+        SourceScope source(*this, CommandSource::Slider);
+        channelB_ValueChanged();
+    });
     on(channelC.valueChanged, [this] { channelC_ValueChanged(); });
     on(channelD.valueChanged, [this] { channelD_ValueChanged(); });
-    on(aPlus.action, [this] { aPlus_Action(); });
-    on(aMinus.action, [this] { aMinus_Action(); });
-    on(bPlus.action, [this] { bPlus_Action(); });
-    on(bMinus.action, [this] { bMinus_Action(); });
+    auto step = [this](void (MainApp::*handler)()) {
+        return [this, handler] {
+            SourceScope source(*this, CommandSource::Step);
+            (this->*handler)();
+        };
+    };
+    on(aPlus.action, step(&MainApp::aPlus_Action));
+    on(aMinus.action, step(&MainApp::aMinus_Action));
+    on(bPlus.action, step(&MainApp::bPlus_Action));
+    on(bMinus.action, step(&MainApp::bMinus_Action));
     on(cPlus.action, [this] { cPlus_Action(); });
     on(cMinus.action, [this] { cMinus_Action(); });
     on(dPlus.action, [this] { dPlus_Action(); });

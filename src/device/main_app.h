@@ -130,7 +130,48 @@ public:
     bool validateResponse(const QString& reply);
     void pause(qint64 milliseconds);
     /// The receive buffer's cap: a device that never ends its line can't grow it without end.
-    static constexpr qsizetype kMaxSerialBuffer = 64 * 1024;
+    static constexpr qsizetype kMaxSerialBuffer = qsizetype{64} * 1024;
+
+    // ---- Safety: level caps and stopping when control is lost (device/safety.cpp) -------------
+    /// Where a command comes from, for the log of capped levels.
+    enum class CommandSource {
+        Program, Slider, Step, Favourite, Ramp, Fall, Move, RandomDraw, LoopBoost, Tcp, Http, Broker
+    };
+    /// The highest level A and B may be given, 0..100; 100 changes nothing.
+    qint64 maxLevelA = 100, maxLevelB = 100;
+    /// The source of the commands sent now; set by the outermost handler that knows it.
+    CommandSource commandSource = CommandSource::Program;
+    /// The source of the commands waiting in cmdSequence.
+    CommandSource queuedSource = CommandSource::Program;
+    /// The box joins B to A ("J1"): a level for A then sets B too.
+    bool boxJoined = false;
+    /// Names the source of the commands sent while it lives, unless an outer handler did.
+    class SourceScope {
+    public:
+        SourceScope(MainApp& app, CommandSource source) : app_(app), was_(app.commandSource) {
+            if (was_ == CommandSource::Program) app.commandSource = source;
+        }
+        ~SourceScope() { app_.commandSource = was_; }
+        SourceScope(const SourceScope&) = delete;
+        SourceScope& operator=(const SourceScope&) = delete;
+
+    private:
+        MainApp& app_;
+        CommandSource was_;
+    };
+    static QString sourceName(CommandSource source);
+    /// A level command for A or B above its cap becomes the cap; the first of each source is logged.
+    QString capLevel(const QString& command);
+    /// Starts seqTimer on the queued commands, remembering who queued them.
+    void startQueue();
+    /// The source of a rise's steps: a boosted loop, a random draw, or a plain ramp.
+    CommandSource rampSource() const;
+    /// A slave lost its controlling peer: "K" and the end of playback, as STOP does.
+    void stopOnLossOfControl(const QString& why);
+    /// The serial line failed (the box was unplugged): playback and the queue end.
+    void velto_Error();
+    /// At exit: "K" to the box, waiting at most `limitMs` for it to leave. False if not sent.
+    bool stopBoxForExit(int limitMs);
 
     // ---- Status reply decoding ---------------------------------------------------------------
     void statusRefresh(const QString& reply);
@@ -403,6 +444,13 @@ public:
         TextField remoteHost{QStringLiteral("remoteHost")};
         PushButton scanButton{QStringLiteral("scanButton"), QStringLiteral("Scan")};
         CheckBox httpMode{QStringLiteral("httpMode"), QStringLiteral("HTTP slave")};
+        // The level caps, under the time-out.
+        Label Label13{QStringLiteral("Label13"), QStringLiteral("Level caps")};
+        Label Label14{QStringLiteral("Label14"),
+                      QStringLiteral("No control, favourite, playback or remote peer can set channel A or B above "
+                                     "these levels. 100 means no cap")};
+        TextField maxLevelA{QStringLiteral("maxLevelA")};
+        TextField maxLevelB{QStringLiteral("maxLevelB")};
         PushButton settingsDone{QStringLiteral("settingsDone"), QStringLiteral("Done")};
     } prefsWindow;
     static constexpr const char* kWebScriptsUrl = "https://www.velto.example/webscripts/";
@@ -691,6 +739,8 @@ public:
     static const std::vector<std::pair<QString, QString>>& staticCaptions();
 
 private:
+    /// Sources that have had a level capped, one bit each.
+    unsigned cappedSources_ = 0;
     void wireControls();
     void setHelpTags();
     /// Each subsystem binds its own controls' and timers' events.

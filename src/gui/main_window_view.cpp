@@ -478,7 +478,7 @@ void MainWindowView::changeEvent(QEvent* event) {
 namespace {
 // The keys of the window's own handler, and whether the focus is taking typed text.
 bool isWindowKey(const QString& key) {
-    static const QString keys = QStringLiteral("Kk+UuD-d<>Nn");
+    static const QString keys = QStringLiteral("Kk+UuD-d<>Nn\x1b");
     return key.size() == 1 && keys.contains(key);
 }
 
@@ -507,9 +507,11 @@ bool MainWindowView::eventFilter(QObject* watched, QEvent* event) {
             // Menu items' enablement is brought up to date before a shortcut is matched, not
             // only when a menu opens.
             if (chord != Qt::NoModifier) guarded([this] { app_.Event_EnableMenuItems(); });
-        } else if (chord == Qt::NoModifier && isWindowKey(key->text()) && !takesText(QApplication::focusWidget())) {
-            // The window's keys act whichever control has the focus, unless text is being typed.
-            const QString text = key->text();
+        } else if (const QString text = key->key() == Qt::Key_Escape ? QStringLiteral("\x1b") : key->text();
+                   chord == Qt::NoModifier && isWindowKey(text) &&
+                   (key->key() == Qt::Key_Escape || !takesText(QApplication::focusWidget()))) {
+            // The window's keys act whichever control has the focus, unless text is being typed;
+            // Escape, the stop key, acts even then.
             guarded([this, &text] { app_.Event_KeyDown(text); });
             return true;
         }

@@ -70,6 +70,16 @@ PrefsWindowView::PrefsWindowView(MainApp& app, QWidget* parent)
     left->addWidget(note(w.Label8));
     left->addWidget(shortField(w.timeoutPref));
     left->addSpacing(10);
+    left->addWidget(heading(w.Label13));
+    left->addWidget(note(w.Label14));
+    auto* capsRow = new QHBoxLayout;
+    capsRow->addWidget(new QLabel(QStringLiteral("A")));
+    capsRow->addWidget(shortField(w.maxLevelA));
+    capsRow->addWidget(new QLabel(QStringLiteral("B")));
+    capsRow->addWidget(shortField(w.maxLevelB));
+    capsRow->addStretch(1);
+    left->addLayout(capsRow);
+    left->addSpacing(10);
     left->addWidget(bound<QCheckBox>(w.errorCorrect));
     left->addWidget(bound<QCheckBox>(w.autoAdjustMove));
     auto* evoCamRow = new QHBoxLayout;

@@ -27,6 +27,8 @@ public:
     virtual void write(const QByteArray& bytes) = 0;
     /// Waits until everything written has been transmitted.
     virtual void xmitWait() = 0;
+    /// Waits at most `limitMs` for everything written to be transmitted; false if it wasn't.
+    virtual bool waitWritten(int limitMs) = 0;
     virtual void flush() = 0;
     virtual QByteArray readAll() = 0;
     /// Drops whatever is buffered in either direction.

@@ -112,7 +112,7 @@ void MainApp::moveTimer_Action() {
                                                             steps * static_cast<double>(diffB);
     cmdSequence.append(QStringLiteral("A") + Format(levelA, QStringLiteral("#")));
     cmdSequence.append(QStringLiteral("B") + Format(levelB, QStringLiteral("#")));
-    seqTimer.setMode(Timer::Multiple);
+    startQueue();
 }
 
 }  // namespace velto

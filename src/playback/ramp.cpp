@@ -26,21 +26,38 @@ QString tenth(qint64 target, qint64 step) {
 
 void MainApp::wirePlayback() {
     ExceptionBoundary& b = p_.boundary;
-    seqTimer.action = [this] { seqTimer_Action(); };
-    rampTimer.action = [this] { rampTimer_Action(); };
-    runTimer.action = [this] { runTimer_Action(); };
-    rampDown.action = [this] { rampDown_Action(); };
-    moveTimer.action = [this] { moveTimer_Action(); };
-    randomTimer.action = [this] { randomTimer_Action(); };
+    // Each handler runs under the source its commands are logged with, should a cap act.
+    auto from = [this](CommandSource source, void (MainApp::*handler)()) {
+        return [this, source, handler] {
+            SourceScope scope(*this, source);
+            (this->*handler)();
+        };
+    };
+    using S = CommandSource;
+    seqTimer.action = [this] {
+        SourceScope scope(*this, queuedSource);
+        seqTimer_Action();
+    };
+    rampTimer.action = [this] {
+        SourceScope scope(*this, rampSource());
+        rampTimer_Action();
+    };
+    runTimer.action = from(S::Fall, &MainApp::runTimer_Action);
+    rampDown.action = from(S::Fall, &MainApp::rampDown_Action);
+    moveTimer.action = from(S::Move, &MainApp::moveTimer_Action);
+    randomTimer.action = [this] {
+        SourceScope scope(*this, rampSource());
+        randomTimer_Action();
+    };
     loopTimer.action = [this] { loopTimer_Action(); };
     playbackStop.action.connect(b.wrap([this] { playbackStop_Action(); }));
-    playSelected.action.connect(b.wrap([this] { playSelected_Action(); }));
-    gotoSelected.action.connect(b.wrap([this] { gotoSelected_Action(); }));
-    adjustSelected.action.connect(b.wrap([this] { adjustSelected_Action(); }));
-    Adjust.action.connect(b.wrap([this] { Adjust_Action(); }));
-    createSequence.action.connect(b.wrap([this] { createSequence_Action(); }));
-    randomStart.action.connect(b.wrap([this] { randomStart_Action(); }));
-    randomLoop.action.connect(b.wrap([this] { randomLoop_Action(); }));
+    playSelected.action.connect(b.wrap(from(S::Favourite, &MainApp::playSelected_Action)));
+    gotoSelected.action.connect(b.wrap(from(S::Favourite, &MainApp::gotoSelected_Action)));
+    adjustSelected.action.connect(b.wrap(from(S::Move, &MainApp::adjustSelected_Action)));
+    Adjust.action.connect(b.wrap(from(S::Move, &MainApp::Adjust_Action)));
+    createSequence.action.connect(b.wrap(from(S::Favourite, &MainApp::createSequence_Action)));
+    randomStart.action.connect(b.wrap(from(S::RandomDraw, &MainApp::randomStart_Action)));
+    randomLoop.action.connect(b.wrap(from(S::LoopBoost, &MainApp::randomLoop_Action)));
     randomStop.action.connect(b.wrap([this] { randomStop_Action(); }));
 }
 
@@ -164,7 +181,7 @@ void MainApp::playStimFavourite(qint64 row, bool continueAfter) {
         sequenceTicks = ValInt(favsList.cell(r, 2));
     }
 
-    seqTimer.setMode(Timer::Multiple);
+    startQueue();
     logIf(QStringLiteral("Setting to target levels"));
     tickCounter.setText(QStringLiteral("RISE"));
     seqComplete = false;
@@ -211,7 +228,7 @@ void MainApp::queueRampStep() {
     const QString b = tenth(targetB, rampStep);
     cmdSequence.append(QStringLiteral("A") + a);
     cmdSequence.append(QStringLiteral("B") + b);
-    seqTimer.setMode(Timer::Multiple);
+    startQueue();
     logIf(QStringLiteral("Next commands A ") + a + QStringLiteral(" B") + b);
 }
 
@@ -229,7 +246,7 @@ void MainApp::rampTimer_Action() {
     rampTimer.setMode(Timer::Off);
     cmdSequence.append(QStringLiteral("A") + Str(targetA));
     cmdSequence.append(QStringLiteral("B") + Str(targetB));
-    seqTimer.setMode(Timer::Multiple);
+    startQueue();
     logIf(QStringLiteral("Target levels set"));
     logIf(QStringLiteral("Commands in buffer : ") +
           Str(static_cast<qint64>(cmdSequence.size()) - 1));
@@ -277,7 +294,7 @@ void MainApp::runTimer_Action() {
         tickCounter.setText(QStringLiteral("DONE"));
         rampStep = 0;
         logIf(QStringLiteral("Sequence completed (no fall)"));
-        seqTimer.setMode(Timer::Multiple);
+        startQueue();
     }
 }
 
@@ -299,7 +316,7 @@ void MainApp::rampDown_Action() {
     cmdSequence.append(QStringLiteral("A0"));
     cmdSequence.append(QStringLiteral("B0"));
     tickCounter.setText(QStringLiteral("DONE"));
-    seqTimer.setMode(Timer::Multiple);
+    startQueue();
     logIf(QStringLiteral("rampstep 0 reached"));
     seqComplete = true;
     logIf(QStringLiteral("Playback done"));

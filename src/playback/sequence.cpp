@@ -44,7 +44,7 @@ void MainApp::sequenceFavouriteEnded() {
         tickCounter.setText(QStringLiteral("DONE"));
         manualControl = true;
         logIf(QStringLiteral("Sequence completed (no more commands)"));
-        seqTimer.setMode(Timer::Multiple);
+        startQueue();
         return;
     }
     // The next favourite's first block goes out above the zeros still queued: the outputs dip
@@ -57,7 +57,7 @@ void MainApp::playbackStop_Action() {
     cmdSequence = {QStringLiteral("K"), QStringLiteral("K")};
     stimSequence.clear();
     tickCounter.setText(QStringLiteral("STOP"));
-    seqTimer.setMode(Timer::Multiple);
+    startQueue();
     logIf(QStringLiteral("STOP ALL"));
 }
 

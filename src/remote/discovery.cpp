@@ -44,7 +44,7 @@ void MainApp::playRemote(qint64 a, qint64 b, qint64 c, qint64 d, qint64 rise, qi
     cmdSequence.append(QStringLiteral("M") + Str(mode));
     cmdSequence.append(power);
     sequenceTicks = ticks;
-    seqTimer.setMode(Timer::Multiple);
+    startQueue();
     logIf(QStringLiteral("Setting to target levels"));
     tickCounter.setText(QStringLiteral("RISE"));
     seqComplete = false;

@@ -90,7 +90,7 @@ bool MainApp::extendedCommands(const QString& text) {
             cmdSequence.append(QStringLiteral("M") + items[5]);
             cmdSequence.append(same(items[6], QStringLiteral("H")) ? QStringLiteral("H") : QStringLiteral("L"));
         }
-        seqTimer.setMode(Timer::Multiple);
+        startQueue();
         rampTimer.setMode(Timer::Multiple);
     } else if (is("MOVE")) {
         if (value.isEmpty() || items.size() != 3) return false;

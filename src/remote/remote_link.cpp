@@ -86,6 +86,7 @@ void MainApp::remoteControl_DataAvailable() {
             text = QStringLiteral("S");
     }
 
+    SourceScope source(*this, httpSlave ? CommandSource::Http : CommandSource::Tcp);
     slaveTakesLine(text);
 }
 
@@ -114,6 +115,8 @@ void MainApp::remoteControl_Error() {
     // An answer owed to a web client that left is owed to nobody: the next client gets its own.
     if (httpSlave) httpResponse = true;
     remoteControl.listen();
+    // A web client closes after each answer; a TCP peer that goes has lost control of the box.
+    if (!httpSlave) stopOnLossOfControl(QStringLiteral("The peer closed the link"));
 }
 
 void MainApp::sendRemoteData(const QString& text) {

@@ -27,7 +27,13 @@ void MainApp::wireBroker() {
     ExceptionBoundary& b = p_.boundary;
     brokerSocket.onConnected = b.wrap([this] { brokerSocket_Connected(); });
     brokerSocket.onDataAvailable = b.wrap([this] { brokerSocket_DataAvailable(); });
-    // A lost connection is left unreported: the service's own lines say what matters.
+    // The service going away ends a slave's link to its master too.
+    brokerSocket.onError = b.wrap([this] {
+        if (brokerConnected && same(systemMode, kSlave) &&
+            brokerSocket.lastErrorCode() == TcpSocket::LostConnection)
+            stopOnLossOfControl(QStringLiteral("The broker link was lost"));
+    });
+    // A lost connection is not reported to the user: the service's own lines say what matters.
     brokerSocket.onTlsError = [this](const QString& reason) {
         p_.boundary.run([this, reason] { brokerSocket_TlsError(reason); });
     };
@@ -163,6 +169,8 @@ void MainApp::parseBrokerData(const QString& line) {
     } else if (begins(line, QStringLiteral(";busy"))) {
         dialogs.message(QStringLiteral("Sorry. The requested user is busy"));
     } else if (begins(line, QStringLiteral(";disconnected"))) {
+        if (brokerConnected && same(systemMode, kSlave))
+            stopOnLossOfControl(QStringLiteral("The broker peer went"));
         brokerConnected = false;
         if (!brokerAutoConnected)
             dialogs.message(QStringLiteral("The connection via VeltoBroker has been lost. The other person may have "
@@ -188,6 +196,7 @@ void MainApp::parseBrokerData(const QString& line) {
     // service traffic count as activity against a slave's time-out.
     if (brokerConnected && same(systemMode, kSlave)) {
         errText.setText({});
+        SourceScope source(*this, CommandSource::Broker);
         slaveTakesLine(line);
     }
     if (brokerConnected && same(systemMode, kMaster)) {

@@ -120,7 +120,11 @@ void MainApp::AddMenuHandlers() {
 }
 
 bool MainApp::Event_KeyDown(const QString& key) {
-    if (key == QLatin1String("K") || key == QLatin1String("k")) {
+    SourceScope source(*this, CommandSource::Step);
+    if (key == QLatin1String("\x1b")) {
+        // Escape stops everything, whichever control has the focus.
+        allStop.push();
+    } else if (key == QLatin1String("K") || key == QLatin1String("k")) {
         overrideTimeout = false;
         sendStimData(QStringLiteral("K"));
         if (allStop.visible()) playbackStop.push();

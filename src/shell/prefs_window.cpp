@@ -2,6 +2,7 @@
 // own: it is filled from the properties at each activation, Done takes the typed fields back,
 // and every close takes over the port name and the boxes and writes the file whole.
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "device/main_app.h"
@@ -71,6 +72,8 @@ void MainApp::prefsWindow_Activate() {
     }
 
     w.timeoutPref.setText(Str(slaveTimeout));
+    w.maxLevelA.setText(Str(maxLevelA));
+    w.maxLevelB.setText(Str(maxLevelB));
     w.portNumber.setText(Str(remotePort));
     w.remoteHost.setText(remoteHostname);
     w.portName.setText(serialPortName);
@@ -119,6 +122,9 @@ void MainApp::prefsWindow_Close() {
     autoAdjust = w.autoAdjustMove.value();
     useBroker = w.useBroker.value();
     checkResponses = w.errorCorrect.value();
+    // A cap is for safety: the close box keeps it as Done does.
+    maxLevelA = std::clamp<qint64>(ValInt(w.maxLevelA.text()), 0, 100);
+    maxLevelB = std::clamp<qint64>(ValInt(w.maxLevelB.text()), 0, 100);
 
     if (!p_.preferences.available())
         throw NilObject("NilObjectException: no Preferences folder to write \"veltoprefs.ini\" in");
@@ -145,6 +151,9 @@ void MainApp::prefsWindow_Close() {
     evoCamName = w.evoCamName.text();
     updateEvocam = w.evoCamLink.value();
     line("errorcorrection", checkboxToText(w.errorCorrect));
+    // The caps are written only when set, so that a file without them stays as it was.
+    if (maxLevelA < 100) line("maxlevela", Str(maxLevelA));
+    if (maxLevelB < 100) line("maxlevelb", Str(maxLevelB));
     out += QStringLiteral("favsfile=") + App.favsName;  // the file ends without a line break
     if (webpage) out += QStringLiteral("\nwebpage=true");
 

@@ -3,6 +3,7 @@
 
 #include <QFile>
 #include <QTextStream>
+#include <algorithm>
 
 #include "device/main_app.h"
 #include "platform/boundary.h"
@@ -12,6 +13,7 @@ namespace velto {
 
 namespace {
 bool isTrue(const QString& value) { return same(value, QStringLiteral("true")); }
+qint64 levelCap(const QString& value) { return std::clamp<qint64>(ValInt(value), 0, 100); }
 }  // namespace
 
 void MainApp::readSettingsLine(const QString& line) {
@@ -40,6 +42,8 @@ void MainApp::readSettingsLine(const QString& line) {
     else if (same(key, QStringLiteral("errorcorrection"))) checkResponses = isTrue(value());
     else if (same(key, QStringLiteral("favsfile"))) App.favsName = Trim(value());
     else if (same(key, QStringLiteral("webpage"))) webpage = isTrue(value());
+    else if (same(key, QStringLiteral("maxlevela"))) maxLevelA = levelCap(value());
+    else if (same(key, QStringLiteral("maxlevelb"))) maxLevelB = levelCap(value());
 }
 
 void MainApp::readSettings(const QString& path) {

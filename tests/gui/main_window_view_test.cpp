@@ -136,7 +136,7 @@ TEST(MainWindowView, KeysActWhicheverControlHasTheFocusButNotWhileTyping) {
     auto* table = find<QTableView>(view, QStringLiteral("favsList"));
     auto* popup = find<QComboBox>(view, QStringLiteral("ModeControl"));
     auto* field = find<QLineEdit>(view, QStringLiteral("adjustA"));
-    auto press = [&](QWidget* focus, char key) {
+    auto press = [&](QWidget* focus, auto key) {
         focus->setFocus();
         const size_t mark = rig.serial.writes.size();
         QTest::keyClick(focus, key);
@@ -152,6 +152,8 @@ TEST(MainWindowView, KeysActWhicheverControlHasTheFocusButNotWhileTyping) {
     // Typed text stays text.
     EXPECT_EQ(press(field, '+'), QStringList{});
     EXPECT_EQ(rig->adjustA.text(), QStringLiteral("+"));
+    // Escape is the stop key, even while typing.
+    EXPECT_EQ(press(field, Qt::Key_Escape).value(0), QStringLiteral("K"));
 
     // A shortcut finds its item's enablement up to date, though no menu was opened.
     MenuBar& m = rig->MenuBar1;

@@ -129,6 +129,8 @@ TEST(Program, HeadlessLogsToStandardOutputAndEndsCleanlyOnASignal) {
     ASSERT_TRUE(velto.waitForFinished(5000));
     EXPECT_EQ(velto.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(velto.exitCode(), 0);
+    // The box was stopped before the program went.
+    EXPECT_EQ(sim.commands().value(sim.commands().size() - 1), QStringLiteral("K"));
 
     // A port that isn't there: the message box goes to standard error, and the program goes on.
     QTemporaryDir other;

@@ -35,6 +35,10 @@ public:
     bool isOpen() const override { return open_; }
     void write(const QByteArray& bytes) override;
     void xmitWait() override { ++xmitWaits; }
+    bool waitWritten(int) override {
+        ++xmitWaits;
+        return open_;
+    }
     void flush() override { ++flushes; }
     QByteArray readAll() override;
     void reset() override;
@@ -47,6 +51,8 @@ public:
     void deliver(const QByteArray& bytes);
     /// The device goes away: the port fails and closes.
     void vanish();
+    /// The device is plugged in again: the port opens once more.
+    void comesBack() { vanished_ = false; }
 
     std::vector<Write> writes;
     int opens = 0;

@@ -1,5 +1,6 @@
 #include "platform/qt/qt_serial_port.h"
 
+#include <QDeadlineTimer>
 #include <QSerialPort>
 #include <QSerialPortInfo>
 
@@ -65,6 +66,13 @@ void QtSerialPort::xmitWait() {
     if (!port_->isOpen()) return;
     while (port_->isOpen() && port_->bytesToWrite() > 0)
         if (!port_->waitForBytesWritten(kXmitTimeoutMs)) break;
+}
+
+bool QtSerialPort::waitWritten(int limitMs) {
+    QDeadlineTimer deadline(limitMs);
+    while (port_->isOpen() && port_->bytesToWrite() > 0)
+        if (deadline.hasExpired() || !port_->waitForBytesWritten(int(deadline.remainingTime()))) break;
+    return port_->isOpen() && port_->bytesToWrite() == 0;
 }
 
 void QtSerialPort::flush() {

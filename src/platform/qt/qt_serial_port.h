@@ -24,6 +24,7 @@ public:
     bool isOpen() const override;
     void write(const QByteArray& bytes) override;
     void xmitWait() override;
+    bool waitWritten(int limitMs) override;
     void flush() override;
     QByteArray readAll() override;
     void reset() override;

@@ -1,0 +1,221 @@
+// Level caps that no source passes, and the box stopped whenever control of it is lost.
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <functional>
+
+#include "playback_support.h"
+#include "support/broker_rig.h"
+#include "support/slave_rig.h"
+#include "platform/text.h"
+
+namespace velto {
+namespace {
+
+using playback_test::addFav;
+using playback_test::Fav;
+
+/// The highest level the box was given on `channel` ("A" or "B") since write `mark`.
+qint64 highest(const Rig& rig, size_t mark, QChar channel) {
+    qint64 top = -1;
+    for (const QString& c : rig.commandsSince(mark))
+        if (c.size() > 1 && c[0].toUpper() == channel) top = std::max(top, ValInt(c.mid(1)));
+    return top;
+}
+
+bool logged(const Rig& rig, const QString& text) {
+    return !rig.logLines().filter(text).isEmpty();
+}
+
+TEST(Safety, NoSourcePassesTheCapsAndTheFirstCapOfEachIsLogged) {
+    struct Case {
+        const char* source;  // as the log names it
+        std::function<void(SlaveRig&)> act;
+    };
+    const Fav high{.rise = QStringLiteral("3"), .run = QStringLiteral("1"), .fall = QStringLiteral("10"),
+                   .a = QStringLiteral("90"), .b = QStringLiteral("80")};
+    const std::vector<Case> cases = {
+        {"slider", [](SlaveRig& s) { s->channelA.setValue(90); s->channelB.setValue(90); }},
+        {"plus and minus",
+         [](SlaveRig& s) {
+             s->channelA.setValue(30);
+             s->channelB.setValue(20);
+             s->aPlus.push();
+             s->bPlus.push();
+         }},
+        {"favourite",
+         [&](SlaveRig& s) {
+             Fav now = high;
+             now.rise = QStringLiteral("0");
+             s->favsList.setListIndex(addFav(s, now));
+             s->gotoSelected.push();
+         }},
+        {"ramp", [&](SlaveRig& s) { s->favsList.setListIndex(addFav(s, high)); s->playSelected.push(); }},
+        {"fall", [&](SlaveRig& s) { s->favsList.setListIndex(addFav(s, high)); s->playSelected.push(); }},
+        {"move",
+         [](SlaveRig& s) {
+             s->adjustA.setText(QStringLiteral("95"));
+             s->adjustB.setText(QStringLiteral("95"));
+             s->adjustTime.setText(QStringLiteral("100"));
+             s->Adjust.push();
+         }},
+        {"random draw",
+         [&](SlaveRig& s) {
+             addFav(s, high);
+             s->randomPower.setValue(true);
+             s->randomStart.push();
+         }},
+        {"loop boost",
+         [&](SlaveRig& s) {
+             addFav(s, high);
+             s->loopPower.setValue(true);
+             s->loopBoostA.setText(QStringLiteral("5"));
+             s->randomLoop.push();
+         }},
+        {"TCP peer", [](SlaveRig& s) { s.send("A90\r\n"); s.send("b95\r\n"); }},
+        {"HTTP client",
+         [](SlaveRig& s) {
+             s.send("GET /;CHECKS=OFF HTTP/1.0\r\n\r\n");
+             s.send("GET /A90 HTTP/1.0\r\n\r\n");
+             s.send("GET /B90 HTTP/1.0\r\n\r\n");
+         }},
+        // A joined box gives B what A gets: A is held to the lower cap.
+        {"TCP peer", [](SlaveRig& s) { s.send("J1\r\n"); s.send("A90\r\n"); }},
+    };
+    for (size_t i = 0; i < cases.size(); ++i) {
+        SCOPED_TRACE(testing::Message() << "case " << i << ": " << cases[i].source);
+        SlaveRig s(QStringLiteral("maxlevela=30\nmaxlevelb=20\nautoadjust=false\n"));
+        const size_t mark = s.serial.writes.size();
+        cases[i].act(s);
+        s.advance(120'000);
+        EXPECT_LE(highest(s, mark, QLatin1Char('A')), 30);
+        EXPECT_LE(highest(s, mark, QLatin1Char('B')), 20);
+        EXPECT_TRUE(logged(s, QStringLiteral("from the ") + QLatin1String(cases[i].source)));
+    }
+    {
+        // The cap is what the reply is checked against: no correction loop after a capped level.
+        SlaveRig s(QStringLiteral("maxlevela=30\nmaxlevelb=20\nerrorcorrection=true\n"));
+        s.send("J1\r\n");
+        s.send("A90\r\n");
+        s.send("A95\r\n", 5000);
+        const QStringList levels = s.deviceCommands(0).filter(QStringLiteral("A"));
+        EXPECT_EQ(levels.count(QStringLiteral("A20")), levels.size());
+        EXPECT_LE(levels.size(), 3);  // a poll reply that overtakes may cost one repeat, no more
+        EXPECT_EQ(s.logLines().filter(QStringLiteral("Level capped")).size(), 1);
+    }
+}
+
+TEST(Safety, TheBrokerPeerIsCappedToo) {
+    BrokerRig s(QStringLiteral("slave"), QStringLiteral("maxlevela=30\n"));
+    s.say(";connected");
+    const size_t mark = s.serial.writes.size();
+    s.say("A99");
+    EXPECT_EQ(highest(s, mark, QLatin1Char('A')), 30);
+    EXPECT_TRUE(logged(s, QStringLiteral("A99 from the broker peer sent as A30")));
+}
+
+TEST(Safety, CapsAreSettingsAndPreferencesFields) {
+    Rig r;
+    r.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("maxlevela=140\nmaxlevelb=25\n"));
+    r.open();
+    EXPECT_EQ(r->maxLevelA, 100);
+    EXPECT_EQ(r->maxLevelB, 25);
+    r->prefsWindow_Activate();
+    EXPECT_EQ(r->prefsWindow.maxLevelB.text(), QStringLiteral("25"));
+    r->prefsWindow.maxLevelA.setText(QStringLiteral("45"));
+    r->prefsWindow.maxLevelB.setText(QStringLiteral("100"));
+    r->prefsWindow.window.close();  // the close box keeps the caps
+    QFile file(r.prefPath(QStringLiteral("veltoprefs.ini")));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(file.readAll());
+    EXPECT_TRUE(text.contains(QStringLiteral("\nmaxlevela=45\nfavsfile=")));
+    EXPECT_FALSE(text.contains(QStringLiteral("maxlevelb")));  // no cap, no line
+}
+
+TEST(Safety, LosingControlStopsTheBoxAtOnce) {
+    auto playing = [](SlaveRig& s) {
+        s->favsList.setListIndex(addFav(s, Fav{.rise = QStringLiteral("20")}));
+        s->playSelected.push();
+        s.advance(5000);
+        return s.serial.writes.size();
+    };
+    auto stoppedAt = [](const Rig& r, size_t mark, qint64 t) {
+        for (size_t i = mark; i < r.serial.writes.size(); ++i)
+            if (r.serial.writes[i].bytes == "K\r") return r.serial.writes[i].timeMs == t;
+        return false;
+    };
+    {  // a TCP peer's connection drops
+        SlaveRig s;
+        const size_t mark = playing(s);
+        const qint64 t = s.clock.nowMs();
+        s.remoteControl.peerDrops();
+        s.advance(0);
+        EXPECT_TRUE(stoppedAt(s, mark, t));
+        EXPECT_EQ(s->rampTimer.mode(), Timer::Off);
+        EXPECT_TRUE(s.remoteControl.isListening());
+    }
+    {  // an HTTP client that closes after its answer is no loss of control
+        SlaveRig s(QStringLiteral("http=true\n"));
+        const size_t mark = playing(s);
+        s.send("GET /;GETSTATUS HTTP/1.0\r\n\r\n");
+        s.remoteControl.peerDrops();
+        s.advance(1);
+        EXPECT_FALSE(s.commandsSince(mark).contains(QStringLiteral("K")));
+        EXPECT_NE(s->rampTimer.mode(), Timer::Off);
+    }
+    for (const QByteArray& loss : {QByteArray(";disconnected"), QByteArray()}) {
+        SCOPED_TRACE(loss.isEmpty() ? "the service's connection is lost" : "the peer left");
+        BrokerRig s(QStringLiteral("slave"));
+        s.say(";connected");
+        const size_t mark = s.serial.writes.size();
+        const qint64 t = s.clock.nowMs();
+        if (loss.isEmpty())
+            s.brokerSocket.peerDrops();
+        else
+            s.brokerSocket.peerSends(loss + "\r\n");
+        s.advance(0);
+        EXPECT_TRUE(stoppedAt(s, mark, t));
+    }
+    {  // the stop key, wherever the focus is
+        SlaveRig s;
+        const size_t mark = playing(s);
+        const qint64 t = s.clock.nowMs();
+        s->Event_KeyDown(QStringLiteral("\x1b"));
+        EXPECT_TRUE(stoppedAt(s, mark, t));
+        EXPECT_EQ(s->rampTimer.mode(), Timer::Off);
+    }
+    {  // the program ends; a master has no box to stop
+        SlaveRig s;
+        const size_t mark = s.serial.writes.size();
+        EXPECT_TRUE(s->stopBoxForExit(200));
+        EXPECT_EQ(s.commandsSince(mark), QStringList{QStringLiteral("K")});
+        s->systemMode = QStringLiteral("master");
+        EXPECT_FALSE(s->stopBoxForExit(200));
+    }
+}
+
+TEST(Safety, AVanishedBoxStopsPlaybackAndConnectOpensItAgain) {
+    SlaveRig s;
+    s->favsList.setListIndex(addFav(s, Fav{.rise = QStringLiteral("20")}));
+    s->playSelected.push();
+    s.advance(3000);
+    s.serial.vanish();
+    EXPECT_EQ(s->rampTimer.mode(), Timer::Off);
+    EXPECT_EQ(s->seqTimer.mode(), Timer::Off);
+    EXPECT_TRUE(s->cmdSequence.isEmpty());
+    EXPECT_EQ(s->errText.text(), QStringLiteral("The box is gone"));
+    EXPECT_TRUE(logged(s, QStringLiteral("The box is gone")));
+    const size_t mark = s.serial.writes.size();
+    s.advance(10'000);
+    EXPECT_EQ(s.serial.writes.size(), mark);  // no polls to a port that isn't there
+
+    s.serial.comesBack();
+    s->Connect.push();
+    s.advance(3000);
+    EXPECT_TRUE(s.serial.isOpen());
+    EXPECT_TRUE(s.commandsSince(mark).contains(QStringLiteral("V")));
+}
+
+}  // namespace
+}  // namespace velto
