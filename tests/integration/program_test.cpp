@@ -7,9 +7,12 @@
 #include <QDeadlineTimer>
 #include <QFile>
 #include <QProcess>
+#include <QTcpServer>
+#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <csignal>
+#include <ctime>
 
 #include "device/main_app.h"
 #include "platform/fake/fake_tcp_socket.h"
@@ -37,15 +40,22 @@ struct Sim {
         process.terminate();
         if (!process.waitForFinished(3000)) process.kill(), process.waitForFinished(3000);
     }
-    QStringList commands() const {
+    /// The commands the box took, each with its CLOCK_MONOTONIC stamp in µs.
+    std::vector<std::pair<qint64, QString>> stamped() const {
         QFile file(dir.filePath(QStringLiteral("trace")));
-        QStringList out;
+        std::vector<std::pair<qint64, QString>> out;
         if (!file.open(QIODevice::ReadOnly)) return out;
         for (const QByteArray& line : file.readAll().split('\n')) {
             if (line.isEmpty()) continue;
             const qsizetype space = line.indexOf(' ');
-            out.append(space < 0 ? QString() : QString::fromLatin1(line.mid(space + 1)));
+            out.emplace_back(line.left(space).toLongLong(),
+                             space < 0 ? QString() : QString::fromLatin1(line.mid(space + 1)));
         }
+        return out;
+    }
+    QStringList commands() const {
+        QStringList out;
+        for (const auto& [stamp, command] : stamped()) out.append(command);
         return out;
     }
     QTemporaryDir dir;
@@ -194,4 +204,47 @@ TEST(Program, WithoutHeadlessItOpensItsWindowThroughTheWindowProgram) {
     ::kill(static_cast<pid_t>(server.processId()), SIGTERM);
     ASSERT_TRUE(server.waitForFinished(5000));
     EXPECT_EQ(server.exitCode(), 0);
+}
+
+// A slave's favourite rising and its peer stopping it at once: the line to the box goes on (the
+// polls every 2.5 s), with nothing stalled. Run many times under load by scripts/stress.
+TEST(Program, ASlaveKeepsItsLineAliveWhenAPeerStopsARisingFavouriteAtOnce) {
+    Sim sim({});
+    ASSERT_FALSE(sim.path.isEmpty());
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost, 0);
+    const quint16 port = probe.serverPort();
+    probe.close();
+    QTemporaryDir prefs;
+    writeSettings(prefs, QStringLiteral("serial=%1\nmode=slave\nport=%2\n").arg(sim.path).arg(port));
+    QProcess velto;
+    velto.start(QStringLiteral(VELTO_APP_PATH),
+                {QStringLiteral("--headless"), QStringLiteral("--prefs"), prefs.path(), QStringLiteral("--connect"),
+                 QStringLiteral("--broadcast"), QStringLiteral("127.255.255.255"), QStringLiteral("--log")});
+    QTcpSocket peer;
+    ASSERT_TRUE(runUntil(
+        [&] {
+            if (peer.state() == QAbstractSocket::ConnectedState) return peer.bytesAvailable() > 0;
+            if (peer.state() == QAbstractSocket::UnconnectedState) peer.connectToHost(QHostAddress::LocalHost, port);
+            return false;
+        },
+        10000));
+    peer.readAll();
+    peer.write(";PLAY=40,30,50,50,20,10,10,0,L\r\n");
+    ASSERT_TRUE(runUntil([&] { return sim.commands().contains(QStringLiteral("M0")); }, 5000));
+    peer.write(";STOPSEQ\r\n");
+    peer.flush();
+    runUntil([] { return false; }, 6000);
+
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    const qint64 endUs = qint64(now.tv_sec) * 1000000 + now.tv_nsec / 1000;
+    const auto taken = sim.stamped();
+    ASSERT_FALSE(taken.empty());
+    qint64 longest = endUs - taken.back().first;
+    for (size_t i = 1; i < taken.size(); ++i) longest = std::max(longest, taken[i].first - taken[i - 1].first);
+    EXPECT_LT(longest, 3'000'000) << velto.readAllStandardOutput().constData();
+    EXPECT_TRUE(sim.commands().contains(QStringLiteral("K")));
+    velto.terminate();
+    velto.waitForFinished(5000);
 }
