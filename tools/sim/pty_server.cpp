@@ -127,7 +127,20 @@ bool PtyServer::readCommands(QString& error) {
         error = systemError("read");
         return false;
     }
-    const std::vector<QByteArray> chunks = box_.receiveAt(lineBaud(), QByteArray(buffer, n));
+    QByteArray bytes(buffer, n);
+    const int baud = lineBaud();
+    std::vector<QByteArray> chunks;
+    // A pty tells only the rate now, not the rate bytes were written at. The switch command that
+    // a program writes just before it changes the rate may be read after the change (a busy
+    // machine lets the program run first): it was written at the rate of the last read, and a
+    // real line would have carried it at that rate.
+    static const QByteArray kSwitch = QByteArrayLiteral("Z\r");
+    if (lastBaud_ != 0 && baud != lastBaud_ && bytes.startsWith(kSwitch)) {
+        chunks = box_.receiveAt(lastBaud_, kSwitch);
+        bytes.remove(0, kSwitch.size());
+    }
+    lastBaud_ = baud;
+    for (QByteArray& chunk : box_.receiveAt(baud, bytes)) chunks.push_back(std::move(chunk));
     const qint64 now = monotonicUs();
     for (const QByteArray& chunk : chunks) {
         // Pieces of one answer, or answers to commands sent together, go out one gap apart.

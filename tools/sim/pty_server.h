@@ -40,6 +40,8 @@ private:
     bool readCommands(QString& error);
     void writeDue();
     int lineBaud() const;
+    /// The line's rate at the last read.
+    int lastBaud_ = 0;
 
     Sim2B& box_;
     qint64 gapUs_;
