@@ -34,7 +34,7 @@ QString MainApp::capLevel(const QString& command) {
                                                 : maxLevelA;
     if (cap >= 100 || Val(Mid(command, 2)) <= static_cast<double>(cap)) return command;
 
-    const QString capped = QString(letter) + Str(cap);
+    QString capped = QString(letter) + Str(cap);
     const unsigned bit = 1U << static_cast<unsigned>(commandSource);
     if ((cappedSources_ & bit) == 0) {
         cappedSources_ |= bit;

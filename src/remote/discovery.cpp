@@ -37,8 +37,10 @@ void MainApp::playRemote(qint64 a, qint64 b, qint64 c, qint64 d, qint64 rise, qi
         rise = 60;
     else if (rise < 30)
         rise = 30;
-    cmdSequence.append(QStringLiteral("A") + Format(targetA / 10.0, QStringLiteral("#")));
-    cmdSequence.append(QStringLiteral("B") + Format(targetB / 10.0, QStringLiteral("#")));
+    cmdSequence.append(QStringLiteral("A") +
+                       Format(static_cast<double>(targetA) / 10.0, QStringLiteral("#")));
+    cmdSequence.append(QStringLiteral("B") +
+                       Format(static_cast<double>(targetB) / 10.0, QStringLiteral("#")));
     cmdSequence.append(QStringLiteral("C") + Str(c));
     cmdSequence.append(QStringLiteral("D") + Str(d));
     cmdSequence.append(QStringLiteral("M") + Str(mode));

@@ -38,9 +38,8 @@ bool MainApp::extendedCommands(const QString& text) {
 
     // A range option: off words, on words, or "min,max" with min not above max.
     auto rangeOption = [&](CheckBox& box, TextField& min, TextField& max) {
-        if (isOff(value)) {
-            box.setValue(false);
-        } else if (isOn(value)) {
+        // An off word is no pair: it ends in the last branch with anything else.
+        if (isOn(value)) {
             box.setValue(true);
         } else if (items.size() == 2 && Val(items[0]) <= Val(items[1])) {
             min.setText(items[0]);
@@ -79,8 +78,10 @@ bool MainApp::extendedCommands(const QString& text) {
         targetB = number(1);
         cmdSequence.append(QStringLiteral("C") + at(items, 2));
         cmdSequence.append(QStringLiteral("D") + at(items, 3));
-        cmdSequence.append(QStringLiteral("A") + Format(targetA / 10.0, QStringLiteral("#")));
-        cmdSequence.append(QStringLiteral("B") + Format(targetB / 10.0, QStringLiteral("#")));
+        cmdSequence.append(QStringLiteral("A") +
+                           Format(static_cast<double>(targetA) / 10.0, QStringLiteral("#")));
+        cmdSequence.append(QStringLiteral("B") +
+                           Format(static_cast<double>(targetB) / 10.0, QStringLiteral("#")));
         continueAfterPlayback = true;
         rampStep = 1;
         // In floating point: a peer's huge step time must not wrap the period.
@@ -126,9 +127,8 @@ bool MainApp::extendedCommands(const QString& text) {
     } else if (is("RANDOMPOWER")) {
         randomPower.setValue(isOn(value));
     } else if (is("LOOPBOOST")) {
-        if (isOff(value)) {
-            loopPower.setValue(false);
-        } else if (isOn(value)) {
+        // An off word is no pair: it ends in the last branch with anything else.
+        if (isOn(value)) {
             loopPower.setValue(true);
         } else if (items.size() == 2) {
             loopBoostA.setText(items[0]);

@@ -95,7 +95,7 @@ bool MainApp::_activityToggle_Action() {
 
 void MainApp::AddMenuHandlers() {
     ExceptionBoundary& b = p_.boundary;
-    auto on = [&b](MenuItem& item, std::function<bool()> handler) {
+    auto on = [&b](MenuItem& item, const std::function<bool()>& handler) {
         item.action.connect(b.wrap([handler] { handler(); }));
     };
     MenuBar& m = MenuBar1;

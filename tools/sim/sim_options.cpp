@@ -21,7 +21,7 @@ QString applyOptions(const QStringList& args, Sim2B& box, SimOptions& options) {
             arg == QLatin1String("--drop") || arg == QLatin1String("--trace") ||
             arg == QLatin1String("--gap")) {
             if (i + 1 == args.size()) return arg + QStringLiteral(" needs a value");
-            const QString value = args[++i];
+            const QString& value = args[++i];
             int n = 0;
             if (arg == QLatin1String("--firmware")) {
                 box.setFirmware(value);
