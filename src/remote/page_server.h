@@ -22,7 +22,7 @@ class Clock;
 
 class PageServer {
 public:
-    static constexpr qsizetype kMaxHead = 8 * 1024;
+    static constexpr qsizetype kMaxHead = qsizetype{8} * 1024;
     static constexpr qint64 kDeadlineMs = 10'000;
     static constexpr int kMaxClients = 16;
 

@@ -48,8 +48,8 @@ public:
     /// Ends every connection, telling linked users their link is lost, as the service stops.
     void closeAll();
 
-    qsizetype connections() const { return sessions_.size(); }
-    qsizetype usersOnline() const { return online_.size(); }
+    qsizetype connections() const { return static_cast<qsizetype>(sessions_.size()); }
+    qsizetype usersOnline() const { return static_cast<qsizetype>(online_.size()); }
     qsizetype linkedPairs() const { return linked_ / 2; }
 
     /// One line for the operator per login, failure, link and departure.

@@ -42,7 +42,7 @@ public:
     /// Adds the user, or replaces the one with the same identity in any letter case.
     void set(const QByteArray& id, const Credential& credential);
     bool remove(const QByteArray& id);
-    qsizetype size() const { return users_.size(); }
+    qsizetype size() const { return static_cast<qsizetype>(users_.size()); }
 
     /// Why `id` can't be an identity (the wire's separators, spaces), or empty if it can.
     static QString idProblem(const QByteArray& id);
