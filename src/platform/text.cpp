@@ -1,5 +1,6 @@
 #include "platform/text.h"
 
+#include <QtNumeric>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -44,6 +45,31 @@ qint64 Trunc(double value) {
 }
 
 qint64 ValInt(const QString& text) { return Trunc(Val(text)); }
+
+namespace {
+constexpr qint64 kMin = std::numeric_limits<qint64>::min();
+constexpr qint64 kMax = std::numeric_limits<qint64>::max();
+}  // namespace
+
+qint64 AddSat(qint64 a, qint64 b) {
+    qint64 sum = 0;
+    if (qAddOverflow(a, b, &sum)) return b < 0 ? kMin : kMax;
+    return sum;
+}
+
+qint64 SubSat(qint64 a, qint64 b) {
+    qint64 difference = 0;
+    if (qSubOverflow(a, b, &difference)) return b < 0 ? kMax : kMin;
+    return difference;
+}
+
+qint64 MulSat(qint64 a, qint64 b) {
+    qint64 product = 0;
+    if (qMulOverflow(a, b, &product)) return (a < 0) != (b < 0) ? kMin : kMax;
+    return product;
+}
+
+qint64 Distance(qint64 a, qint64 b) { return a >= b ? SubSat(a, b) : SubSat(b, a); }
 
 QString Str(qint64 value) { return QString::number(value); }
 

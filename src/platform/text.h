@@ -16,6 +16,14 @@ qint64 ValInt(const QString& text);
 /// A real number truncated towards zero, saturated to the 64-bit range.
 qint64 Trunc(double value);
 
+/// Whole-number arithmetic on numbers from peers, files and fields: the result stops at the ends
+/// of the 64-bit range instead of wrapping, so ";TIMEOUT=1E16" is a long time-out, not a short one.
+qint64 AddSat(qint64 a, qint64 b);
+qint64 SubSat(qint64 a, qint64 b);
+qint64 MulSat(qint64 a, qint64 b);
+/// |a - b|, saturated: how far apart two levels are, whatever a peer made of one of them.
+qint64 Distance(qint64 a, qint64 b);
+
 /// Decimal text of a number.
 QString Str(qint64 value);
 QString Str(double value);

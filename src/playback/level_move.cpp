@@ -10,7 +10,7 @@ namespace velto {
 
 qint64 MainApp::adjustTarget(const QString& text, qint64 current) {
     const bool relative = text.startsWith(QLatin1Char('+')) || text.startsWith(QLatin1Char('-'));
-    const qint64 target = relative ? ValInt(text) + current : ValInt(text);
+    const qint64 target = relative ? AddSat(ValInt(text), current) : ValInt(text);
     return std::clamp<qint64>(target, 0, 100);
 }
 
@@ -53,8 +53,8 @@ void MainApp::setOutputLevels(qint64 levelA, qint64 levelB, qint64 levelC, qint6
     Q_UNUSED(levelD);
     startA = channelA.value();
     startB = channelB.value();
-    diffA = std::llabs(levelA - startA);
-    diffB = std::llabs(levelB - startB);
+    diffA = Distance(levelA, startA);
+    diffB = Distance(levelB, startB);
     moveSteps = std::max(diffA, diffB);
 
     if (autoAdjust && seconds < moveSteps) {

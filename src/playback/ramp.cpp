@@ -157,10 +157,8 @@ void MainApp::playStimFavourite(qint64 row, bool continueAfter) {
         a = Str(targetA);
         b = Str(targetB);
     } else if (rise < 10) {
-        a = Format(static_cast<double>(10 - rise) * static_cast<double>(targetA) / 10.0,
-                   QStringLiteral("#"));
-        b = Format(static_cast<double>(10 - rise) * static_cast<double>(targetB) / 10.0,
-                   QStringLiteral("#"));
+        a = tenth(targetA, SubSat(10, rise));
+        b = tenth(targetB, SubSat(10, rise));
     } else {
         a = tenth(targetA, 1);
         b = tenth(targetB, 1);
@@ -191,12 +189,11 @@ void MainApp::playStimFavourite(qint64 row, bool continueAfter) {
         rampStep = 9;
         rampTimer.setPeriod(1200);
     } else if (rise < 10) {
-        rampStep = 10 - rise;
+        rampStep = SubSat(10, rise);
         rampTimer.setPeriod(1000);
     } else {
         rampStep = 1;
-        // In floating point: a huge Rise must not wrap the period.
-        rampTimer.setPeriod(Trunc(static_cast<double>(rise) * 100.0));
+        rampTimer.setPeriod(MulSat(rise, 100));  // a huge Rise is the longest period
     }
     rampTimer.setMode(Timer::Multiple);
     manualControl = false;
@@ -205,7 +202,7 @@ void MainApp::playStimFavourite(qint64 row, bool continueAfter) {
 
 void MainApp::reportRampStep(const char* direction) {
     if (!hasStatusPeer()) return;
-    const QString percent = Str(rampStep * 10);
+    const QString percent = Str(MulSat(rampStep, 10));
     if (useProgress) {
         QString suffix;
         if (randomPlay && loopMode)
@@ -233,10 +230,10 @@ void MainApp::queueRampStep() {
 }
 
 void MainApp::rampTimer_Action() {
-    tickCounter.setText(Str(rampStep * 10) + QLatin1Char('%'));
+    tickCounter.setText(Str(MulSat(rampStep, 10)) + QLatin1Char('%'));
     logIf(QStringLiteral("Ramp step  ") + Str(rampStep));
     reportRampStep("RISING");
-    ++rampStep;
+    rampStep = AddSat(rampStep, 1);
 
     if (rampStep != 11) {
         queueRampStep();
@@ -271,7 +268,7 @@ void MainApp::rampTimer_Action() {
 
 void MainApp::runTimer_Action() {
     // Exactly 0 ends the run: a Run of 0 goes to -1 and counts on below zero.
-    --sequenceTicks;
+    sequenceTicks = SubSat(sequenceTicks, 1);
     if (hasStatusPeer()) {
         sendRemoteData(QStringLiteral(";STATUS:countdown=") + Str(sequenceTicks));
         sendRemoteData(sequenceTicks != 0 ? QStringLiteral(";STATUS:sequence=true")
@@ -284,7 +281,7 @@ void MainApp::runTimer_Action() {
     if (continueAfterPlayback) return;
     if (fallTime > 0) {
         rampStep = 10;
-        rampDown.setPeriod(Trunc(static_cast<double>(fallTime) * 100.0));
+        rampDown.setPeriod(MulSat(fallTime, 100));
         rampDown.setMode(Timer::Multiple);
         tickCounter.setText(QStringLiteral("FALL"));
         logIf(QStringLiteral("Reducing levels"));
@@ -301,7 +298,7 @@ void MainApp::runTimer_Action() {
 void MainApp::rampDown_Action() {
     // resetAll leaves this timer alone, so a fall goes on after Halt or Stop.
     --rampStep;
-    tickCounter.setText(Str(rampStep * 10) + QLatin1Char('%'));
+    tickCounter.setText(Str(MulSat(rampStep, 10)) + QLatin1Char('%'));
     elapsedTimer.setMode(Timer::Off);
     logIf(QStringLiteral("Ramp step  ") + Str(rampStep));
     reportRampStep("FALLING");

@@ -116,7 +116,7 @@ void MainApp::randomPlayback() {
 void MainApp::waitBetweenFavourites() {
     Random random(p_.seed());
     const qint64 seconds = random.InRange(ValInt(minDelay.text()), ValInt(maxDelay.text()));
-    const qint64 period = Trunc(static_cast<double>(seconds) * 1000.0);  // huge: no wrap
+    const qint64 period = MulSat(seconds, 1000);  // huge: the longest period
     randomTimer.setPeriod(period);
     randMode.setText(QStringLiteral("Waiting ") + Str(period / 1000));
     randomTimer.setMode(Timer::Single);

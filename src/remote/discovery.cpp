@@ -50,7 +50,7 @@ void MainApp::playRemote(qint64 a, qint64 b, qint64 c, qint64 d, qint64 rise, qi
     logIf(QStringLiteral("Setting to target levels"));
     tickCounter.setText(QStringLiteral("RISE"));
     seqComplete = false;
-    rampTimer.setPeriod(Trunc(static_cast<double>(rise) * 100.0));  // huge: no wrap
+    rampTimer.setPeriod(MulSat(rise, 100));  // huge: the longest period
     rampStep = 1;
     rampTimer.setMode(Timer::Multiple);
     manualControl = false;

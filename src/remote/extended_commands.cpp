@@ -84,9 +84,9 @@ bool MainApp::extendedCommands(const QString& text) {
                            Format(static_cast<double>(targetB) / 10.0, QStringLiteral("#")));
         continueAfterPlayback = true;
         rampStep = 1;
-        // In floating point: a peer's huge step time must not wrap the period.
+        // A peer's huge step time is the longest period, not a wrapped one.
         const bool stepTime = items.size() >= 5 && number(4) > 30;
-        rampTimer.setPeriod(stepTime ? Trunc(static_cast<double>(number(4)) * 100.0) : 3000);
+        rampTimer.setPeriod(stepTime ? MulSat(number(4), 100) : 3000);
         if (items.size() == 7) {
             cmdSequence.append(QStringLiteral("M") + items[5]);
             cmdSequence.append(same(items[6], QStringLiteral("H")) ? QStringLiteral("H") : QStringLiteral("L"));

@@ -30,7 +30,7 @@ void MainApp::serveWebPage() {
         server->close();
         return;
     }
-    const qint64 port = remotePort + 1;
+    const qint64 port = AddSat(remotePort, 1);
     if (port < 1 || port > 65535) {
         p_.dialogs.message(QStringLiteral("Unable to serve the remote page on port ") + Str(port));
     } else if (!server->listen(quint16(port))) {

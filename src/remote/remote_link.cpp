@@ -78,7 +78,7 @@ void MainApp::remoteControl_DataAvailable() {
         const QChar channel = text[0];
         const qint64 n = ValInt(Mid(text, 2));
         const bool outputsOn = channelA.value() != 0 && channelB.value() != 0;
-        auto tooFar = [n](const Slider& s) { return std::abs(n - s.value()) > 5; };
+        auto tooFar = [n](const Slider& s) { return Distance(n, s.value()) > 5; };
         if ((channel == QLatin1Char('A') && tooFar(channelA)) ||
             (channel == QLatin1Char('B') && tooFar(channelB)) ||
             (channel == QLatin1Char('C') && outputsOn && tooFar(channelC)) ||
@@ -101,8 +101,8 @@ void MainApp::slaveTakesLine(const QString& text) {
     if (overrideTimeout) {
         slaveIdle.setMode(Timer::Off);
     } else {
-        // In floating point: ";TIMEOUT=1E16" must not wrap to a short time-out.
-        slaveIdle.setPeriod(Trunc(static_cast<double>(slaveTimeout) * 1000.0));
+        // ";TIMEOUT=1E16" is the longest time-out the timer holds, not a wrapped short one.
+        slaveIdle.setPeriod(MulSat(slaveTimeout, 1000));
         slaveIdle.setMode(Timer::Single);
         slaveIdle.reset();
     }

@@ -35,8 +35,9 @@ bool MainApp::statusCommand(const QString& key) {
             QStringLiteral(";STATUS:loop=") + word(loopMode),
             QStringLiteral(";STATUS:sequence=") + word(!stimSequence.empty()),
             QStringLiteral(";STATUS:countdown=") + Str(sequenceTicks),
-            QStringLiteral(";STATUS:percent=") +
-                (rampTimer.mode() != Timer::Off ? Str(rampStep * 10) : QStringLiteral("DONE")),
+            QStringLiteral(";STATUS:percent=") + (rampTimer.mode() != Timer::Off
+                                                       ? Str(MulSat(rampStep, 10))
+                                                       : QStringLiteral("DONE")),
             QStringLiteral(";STATUS:targeta=") + Str(targetA),
             QStringLiteral(";STATUS:targetb=") + Str(targetB),
             QStringLiteral(";STATUS:version=") + QString::fromLatin1(kVersion),
@@ -53,8 +54,8 @@ bool MainApp::statusCommand(const QString& key) {
         if (stimSequence.empty() && rampTimer.mode() == Timer::Off && seqComplete) kind = QStringLiteral("done");
         if (randomPlay) kind = QStringLiteral("random");
         if (loopMode) kind = QStringLiteral("loop");
-        sendRemoteData(QStringLiteral(";PROGRESS:") + Str(rampStep * 10) + QLatin1Char(',') + Str(sequenceTicks) +
-                       QLatin1Char(',') + kind);
+        sendRemoteData(QStringLiteral(";PROGRESS:") + Str(MulSat(rampStep, 10)) + QLatin1Char(',') +
+                       Str(sequenceTicks) + QLatin1Char(',') + kind);
     } else if (same(key, QStringLiteral("SYSTEM"))) {
         log(QStringLiteral("Entered system sub"));  // written whether or not the log is on
         sendRemoteData(QStringLiteral(";STATUS:type=QTR,25"));
