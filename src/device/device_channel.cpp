@@ -11,6 +11,8 @@ void MainApp::sendStimData(const QString& command) {
     if (trimmed.isEmpty()) return;
 
     if (!same(systemMode, QStringLiteral("master"))) {
+        // No command is that long: a peer's flood would hold the line (and the loop) for minutes.
+        if (deviceCommandTooLong(trimmed)) return;
         // A capped level is the command the reply is checked against, so it is not repeated.
         const QString sent = capLevel(trimmed);
         velto.write(sent.toLatin1() + '\r');

@@ -30,6 +30,7 @@ MainApp::MainApp(Platform& platform)
       brokerSocket(platform.brokerSocket),
       connectSocket(platform.connectSocket),
       advertising(platform.advertising),
+      requestWait(platform.clock, QStringLiteral("requestWait"), kRequestWaitMs, Timer::Off),
       activityLog(platform.clock),
       p_(platform) {
     platform.clock.setBoundary(&platform.boundary);
@@ -158,16 +159,19 @@ void MainApp::Connect_Action() {
     if (same(systemMode, QStringLiteral("slave"))) {
         if (!useBroker) {
             remoteControl.port = remotePort;
-            remoteControl.listen();
             overrideTimeout = false;
-            adtimer.setPeriod(5000);
-            adtimer.setMode(Timer::Multiple);
-            localAddr.setText(QStringLiteral("Address: ") + remoteControl.localAddress());
-            if (httpSlave) {
-                localAddr.setText(localAddr.text() + QStringLiteral(" (HTTP mode)"));
-                httpResponse = true;
+            if (httpSlave) httpResponse = true;
+            if (listenForPeer()) {
+                adtimer.setPeriod(5000);
+                adtimer.setMode(Timer::Multiple);
+                localAddr.setText(QStringLiteral("Address: ") + remoteControl.localAddress());
+                if (httpSlave) localAddr.setText(localAddr.text() + QStringLiteral(" (HTTP mode)"));
+                logIf(localAddr.text() + QStringLiteral("\r\n"));
+            } else {
+                // No address to give out, nor to advertise, until a Connect can listen.
+                adtimer.setMode(Timer::Off);
+                localAddr.setText({});
             }
-            logIf(localAddr.text() + QStringLiteral("\r\n"));
         } else {
             logIf(QStringLiteral("Connecting to broker\r\n"));
             if (brokerSocket.isConnected()) {

@@ -305,6 +305,30 @@ public:
     /// Playback reports to a peer: a slave with a broker link, or a TCP peer not in HTTP mode.
     bool hasStatusPeer() const;
 
+    // ---- Bounds on what peers can make the program do (remote/peer_limits.cpp) ---------------
+    /// A read from a peer longer than this is no line: it is dropped whole.
+    static constexpr qsizetype kMaxPeerRead = 4 * 1024;
+    /// A device command longer than this is not sent to the box.
+    static constexpr qsizetype kMaxDeviceCommand = 64;
+    /// An HTTP client that has sent no request this long after connecting is disconnected.
+    static constexpr qint64 kRequestWaitMs = 10'000;
+    /// A peer that leaves more output than this unread is disconnected.
+    static constexpr qint64 kMaxPeerBacklog = 1024 * 1024;
+    /// Runs from an HTTP client's connection to its request.
+    Timer requestWait;
+    void requestWait_Action();
+    /// The slave listens for its next peer; if it can't, the log and hostInfo say why. False then.
+    bool listenForPeer();
+    /// A peer that doesn't read what it asks for is disconnected once its backlog passes the bound.
+    void limitPeerOutput();
+    /// A peer read that passes kMaxPeerRead: true, and the first of each peer is logged.
+    bool peerReadTooLong(qsizetype bytes, const QString& peer);
+    /// A command for the box that passes kMaxDeviceCommand: true, and the first of each peer is
+    /// logged.
+    bool deviceCommandTooLong(const QString& command);
+    /// A new peer: the bounds that log once log again for it.
+    void newPeerForBounds() { boundsLogged_ = 0; }
+
     // ---- Extended commands and status commands (remote/extended_commands.cpp,
     //      remote/status_commands.cpp) -----------------------------------------------------------
     /// A slave's reading of a line that began with ";". True for the four that answer.
@@ -741,6 +765,10 @@ public:
 private:
     /// Sources that have had a level capped, one bit each.
     unsigned cappedSources_ = 0;
+    /// Bounds that have logged for the present peer, one bit each.
+    unsigned boundsLogged_ = 0;
+    /// The last listen failed: hostInfo says so until a listen succeeds.
+    bool listenFailed_ = false;
     void wireControls();
     void setHelpTags();
     /// Each subsystem binds its own controls' and timers' events.

@@ -100,6 +100,7 @@ void MainApp::statusRefresh(const QString& reply) {
                 }
                 if (httpSlave && !showSecondStatus) resetHTTPslave();
             }
+            limitPeerOutput();
         }
         if (brokerConnected && same(systemMode, QStringLiteral("slave"))) {
             if (!showSecondStatus || statusCount == 2) {
@@ -113,8 +114,9 @@ void MainApp::statusRefresh(const QString& reply) {
         }
     }
 
+    // A slave that could not listen keeps saying so.
     if (same(systemMode, QStringLiteral("slave")) && !remoteControl.isConnected() &&
-        !brokerSocket.isConnected())
+        !brokerSocket.isConnected() && !listenFailed_)
         hostInfo.setText({});
     if (updateEvocam && !evoCamName.isEmpty()) evoCamCaption(reply, evoCamName);
 }

@@ -20,6 +20,8 @@ public:
     qint64 port = 0;
 
     virtual void connect() = 0;
+    /// A listen that fails (the port taken or out of range) raises Error with its code at once
+    /// and leaves isListening() false.
     virtual void listen() = 0;
     /// Closes the peer connection and stops listening.
     virtual void disconnect() = 0;
@@ -30,6 +32,8 @@ public:
     virtual int lastErrorCode() const = 0;
     virtual QByteArray readAll() = 0;
     virtual void write(const QByteArray& bytes) = 0;
+    /// Bytes written but not yet handed to the network: what a peer that doesn't read leaves.
+    virtual qint64 bytesToWrite() const = 0;
     virtual void flush() = 0;
 
     std::function<void()> onConnected;

@@ -18,8 +18,9 @@ void MainApp::sendHTTPheaders() {
 
 void MainApp::resetHTTPslave() {
     httpResponse = true;
+    requestWait.setMode(Timer::Off);
     if (remoteControl.isConnected()) remoteControl.disconnect();
-    remoteControl.listen();
+    listenForPeer();
 }
 
 void MainApp::serveWebPage() {

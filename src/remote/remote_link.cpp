@@ -18,6 +18,7 @@ void MainApp::wireRemote() {
     remoteControl.onError = b.wrap([this] { remoteControl_Error(); });
     advertising.onDataAvailable = b.wrap([this] { advertising_DataAvailable(); });
     adtimer.action = [this] { adtimer_Action(); };
+    requestWait.action = [this] { requestWait_Action(); };
     prefsWindow.scanButton.action.connect(b.wrap([this] { scanButton_Action(); }));
     msgWindow.sendReply.action.connect(b.wrap([this] { sendReply_Action(); }));
 }
@@ -29,15 +30,23 @@ void MainApp::remoteControl_Connected() {
     if (!httpSlave) remoteControl.write(QByteArrayLiteral(";STATUS:type=QTR,25\r\n"));
     // The first peer ends advertising until the next Connect.
     adtimer.setMode(Timer::Off);
+    newPeerForBounds();
+    if (slave && httpSlave) {
+        requestWait.setMode(Timer::Single);
+        requestWait.reset();
+    }
 }
 
 void MainApp::remoteControl_DataAvailable() {
     // One read is one line: nothing is kept between reads and nothing is split at line ends.
-    QString text = QString::fromUtf8(remoteControl.readAll());
+    const QByteArray bytes = remoteControl.readAll();
+    const QString peer = remoteControl.remoteAddress();
+    if (peerReadTooLong(bytes.size(), peer)) return;
+    QString text = QString::fromUtf8(bytes);
     if (text.isEmpty()) return;
+    requestWait.setMode(Timer::Off);
     if (text.startsWith(QLatin1Char('\r')) || text.startsWith(QLatin1Char('\n'))) text = Trim(text);
 
-    const QString peer = remoteControl.remoteAddress();
     if (same(Left(text, 5), QStringLiteral("GET /"))) {
         if (!httpSlave && serverLogging) log(peer + QStringLiteral(" is using HTTP mode; switching"));
         httpSlave = true;
@@ -66,6 +75,7 @@ void MainApp::remoteControl_DataAvailable() {
             extendedResponse(Trim(Mid(text, 2)));
         else
             statusRefresh(text);
+        limitPeerOutput();
         return;
     }
     if (!same(systemMode, kSlave)) return;
@@ -86,8 +96,11 @@ void MainApp::remoteControl_DataAvailable() {
             text = QStringLiteral("S");
     }
 
-    SourceScope source(*this, httpSlave ? CommandSource::Http : CommandSource::Tcp);
-    slaveTakesLine(text);
+    {
+        SourceScope source(*this, httpSlave ? CommandSource::Http : CommandSource::Tcp);
+        slaveTakesLine(text);
+    }
+    limitPeerOutput();
 }
 
 void MainApp::slaveTakesLine(const QString& text) {
@@ -112,9 +125,10 @@ void MainApp::remoteControl_Error() {
     // A slave listens again whenever its peer goes, in HTTP mode too, so that a browser that
     // drops a spare connection can't leave it deaf until the next Connect.
     if (remoteControl.lastErrorCode() != TcpSocket::LostConnection || !same(systemMode, kSlave)) return;
+    requestWait.setMode(Timer::Off);
     // An answer owed to a web client that left is owed to nobody: the next client gets its own.
     if (httpSlave) httpResponse = true;
-    remoteControl.listen();
+    listenForPeer();
     // A web client closes after each answer; a TCP peer that goes has lost control of the box.
     if (!httpSlave) stopOnLossOfControl(QStringLiteral("The peer closed the link"));
 }

@@ -83,7 +83,10 @@ void MainApp::brokerSocket_DataAvailable() {
     chunk.replace(QLatin1Char('\r'), QLatin1Char('\n'));
     // The service writes whole lines; what follows the last line end is not kept for later.
     const QStringList pieces = chunk.split(QLatin1Char('\n'));
-    for (qsizetype i = 0; i + 1 < pieces.size(); ++i) parseBrokerData(pieces[i]);
+    for (qsizetype i = 0; i + 1 < pieces.size(); ++i) {
+        if (peerReadTooLong(pieces[i].toUtf8().size(), QStringLiteral("the broker"))) continue;
+        parseBrokerData(pieces[i]);
+    }
 }
 
 void MainApp::parseBrokerData(const QString& line) {
@@ -177,6 +180,7 @@ void MainApp::parseBrokerData(const QString& line) {
                                            "quit, or lost their link to the server"));
     } else if (begins(line, QStringLiteral(";connected"))) {
         brokerConnected = true;
+        newPeerForBounds();
         brokerProfiles.clear();
         if (same(systemMode, kSlave)) {
             brokerSocket.write(

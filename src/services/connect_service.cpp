@@ -83,13 +83,16 @@ void MainApp::startVeltoConnect() {
 }
 
 void MainApp::connectSocket_Connected() {
+    newPeerForBounds();
     hostInfo.setText(QStringLiteral("Talking to server"));
     connectSocket.write(QByteArrayLiteral(";connect=") + Uppercase(veltoKey).toUtf8() + '\n');
     connectSocket.flush();
 }
 
 void MainApp::connectSocket_DataAvailable() {
-    QString text = QString::fromUtf8(connectSocket.readAll());
+    const QByteArray bytes = connectSocket.readAll();
+    if (peerReadTooLong(bytes.size(), QStringLiteral("the connect service"))) return;
+    QString text = QString::fromUtf8(bytes);
     if (text.isEmpty()) return;
     text.replace(QLatin1String("\r\n"), QLatin1String("\n"))
         .replace(QLatin1Char('\r'), QLatin1Char('\n'));

@@ -12,7 +12,13 @@ void FakeTcpSocket::connect() {
 void FakeTcpSocket::listen() {
     ++listens;
     connected_ = false;
-    listening_ = true;
+    // As a real socket, a port beyond 16 bits can't be had.
+    const bool inRange = port >= 0 && port <= 65535;
+    const int refusal = refuseListen != 0 ? refuseListen : inRange ? 0 : int(InvalidPortError);
+    listening_ = refusal == 0;
+    if (listening_) return;
+    lastError_ = refusal;
+    if (onError) onError();
 }
 
 void FakeTcpSocket::disconnect() {
@@ -32,11 +38,13 @@ void FakeTcpSocket::write(const QByteArray& bytes) {
     if (!connected_) return;
     sent += bytes;
     writes.append(bytes);
+    if (peerStopsReading) unread += bytes.size();
 }
 
 void FakeTcpSocket::peerConnects(const QString& fromAddress) {
     remote = fromAddress;
     connected_ = true;
+    unread = 0;
     listening_ = false;
     clock_.post(0, [this] {
         if (connected_ && onConnected) onConnected();

@@ -25,6 +25,7 @@ public:
     int lastErrorCode() const override { return lastError_; }
     QByteArray readAll() override;
     void write(const QByteArray& bytes) override;
+    qint64 bytesToWrite() const override { return connected_ ? unread : 0; }
     void flush() override { ++flushes; }
 
     // The far end, as the test plays it.
@@ -45,6 +46,12 @@ public:
     QByteArray sent;
     QByteArrayList writes;
     int flushes = 0;
+    /// A peer that doesn't read: each write stays counted here, as bytesToWrite.
+    bool peerStopsReading = false;
+    qint64 unread = 0;
+    /// Nonzero: listen() fails with this code (AddressInUseError, say), as a real one raises it;
+    /// a port out of range fails with InvalidPortError anyway.
+    int refuseListen = 0;
     int listens = 0;
     int connects = 0;
     int disconnects = 0;

@@ -3,6 +3,8 @@
 #include <QSslSocket>
 #include <QStringList>
 
+#include "platform/qt/keep_alive.h"
+
 namespace velto {
 
 QtSslSocket::~QtSslSocket() {
@@ -34,7 +36,8 @@ void QtSslSocket::connect() {
     auto* socket = new QSslSocket;
     socket_ = socket;
     socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
-    QObject::connect(socket, &QSslSocket::encrypted, socket, [this] {
+    QObject::connect(socket, &QSslSocket::encrypted, socket, [this, socket] {
+        keepAlive(*socket);
         encrypted_ = true;
         if (onConnected) onConnected();
     });
@@ -88,6 +91,8 @@ void QtSslSocket::write(const QByteArray& bytes) {
     // Nothing goes out before the far end has proved who it is.
     if (isConnected()) socket_->write(bytes);
 }
+
+qint64 QtSslSocket::bytesToWrite() const { return socket_ ? socket_->bytesToWrite() : 0; }
 
 void QtSslSocket::flush() {
     if (isConnected()) socket_->flush();

@@ -27,6 +27,7 @@ public:
     int lastErrorCode() const override { return lastError_; }
     QByteArray readAll() override;
     void write(const QByteArray& bytes) override;
+    qint64 bytesToWrite() const override;
     void flush() override;
 
 private:

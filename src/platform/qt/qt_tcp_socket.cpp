@@ -4,6 +4,7 @@
 #include <QTcpSocket>
 #include <QTimer>
 
+#include "platform/qt/keep_alive.h"
 #include "platform/qt/qt_network_info.h"
 
 namespace velto {
@@ -60,13 +61,23 @@ void QtTcpSocket::adopt(QTcpSocket* peer) {
                      });
 }
 
+namespace {
+// A port number as the socket takes it; beyond 16 bits it would wrap to some other port.
+bool validPort(qint64 port) { return port >= 0 && port <= 65535; }
+}  // namespace
+
 void QtTcpSocket::connect() {
     dropPeer();
     if (server_) server_->close();
     closing_ = false;
+    if (!validPort(port)) {
+        raiseError(InvalidPortError);
+        return;
+    }
     auto* peer = new QTcpSocket;
     adopt(peer);
-    QObject::connect(peer, &QTcpSocket::connected, peer, [this] {
+    QObject::connect(peer, &QTcpSocket::connected, peer, [this, peer] {
+        keepAlive(*peer);
         if (onConnected) onConnected();
     });
     peer->connectToHost(address, static_cast<quint16>(port));
@@ -78,6 +89,11 @@ void QtTcpSocket::listen() {
     if (!server_) {
         server_ = new QTcpServer;
         QObject::connect(server_, &QTcpServer::newConnection, server_, [this] { takeNextPeer(); });
+    }
+    if (!validPort(port)) {
+        server_->close();
+        raiseError(InvalidPortError);
+        return;
     }
     if (!server_->isListening() || server_->serverPort() != static_cast<quint16>(port) || port == 0) {
         server_->close();
@@ -102,6 +118,7 @@ void QtTcpSocket::takeNextPeer() {
             continue;
         }
         server_->pauseAccepting();
+        keepAlive(*incoming);
         adopt(incoming);
         if (onConnected) onConnected();
         if (peer_ == incoming && incoming->bytesAvailable() > 0 && onDataAvailable) onDataAvailable();
@@ -150,6 +167,8 @@ QByteArray QtTcpSocket::readAll() { return peer_ ? peer_->readAll() : QByteArray
 void QtTcpSocket::write(const QByteArray& bytes) {
     if (peer_) peer_->write(bytes);
 }
+
+qint64 QtTcpSocket::bytesToWrite() const { return peer_ ? peer_->bytesToWrite() : 0; }
 
 void QtTcpSocket::flush() {
     if (peer_) peer_->flush();

@@ -31,6 +31,7 @@ public:
     int lastErrorCode() const override { return lastError_; }
     QByteArray readAll() override;
     void write(const QByteArray& bytes) override;
+    qint64 bytesToWrite() const override;
     void flush() override;
 
     /// The port actually listened on (useful when port 0 asked for any free one).
