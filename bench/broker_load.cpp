@@ -326,7 +326,7 @@ int main(int argc, char** argv) {
     const double cpuPaced = cpuSeconds(broker.processId());
     QElapsedTimer pacing;
     pacing.start();
-    std::vector<double> us = load.paced(held, rate, seconds, &lost);
+    std::vector<double> us = load.paced(std::min(held, 200), rate, seconds, &lost);
     std::fprintf(stderr, "  the broker used %.0f%% of a core meanwhile\n",
                  100.0 * (cpuSeconds(broker.processId()) - cpuPaced) * 1000.0 / double(pacing.elapsed()));
     if (us.empty() || lost != 0) {
