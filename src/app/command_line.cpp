@@ -1,5 +1,6 @@
 #include "app/command_line.h"
 
+#include <QHostAddress>
 #include <QUrl>
 
 namespace velto {
@@ -24,6 +25,7 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
         else if (arg == QLatin1String("--help") || arg == QLatin1String("-h")) cl.help = true;
         else if (arg == QLatin1String("--prefs")) value(cl.prefs);
         else if (arg == QLatin1String("--broadcast")) value(cl.broadcast);
+        else if (arg == QLatin1String("--listen")) value(cl.listen);
         else if (arg == QLatin1String("--broker")) value(cl.broker);
         else if (arg == QLatin1String("--connect-service")) value(cl.connectService);
         else if (arg == QLatin1String("--connect-key")) value(cl.connectKey);
@@ -31,6 +33,7 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
         else if (arg == QLatin1String("--ca-file")) value(cl.caFile);
         else if (arg.startsWith(QLatin1String("--prefs="))) cl.prefs = arg.mid(8);
         else if (arg.startsWith(QLatin1String("--broadcast="))) cl.broadcast = arg.mid(12);
+        else if (arg.startsWith(QLatin1String("--listen="))) cl.listen = arg.mid(9);
         else if (arg.startsWith(QLatin1String("--broker="))) cl.broker = arg.mid(9);
         else if (arg.startsWith(QLatin1String("--connect-service="))) cl.connectService = arg.mid(18);
         else if (arg.startsWith(QLatin1String("--connect-key="))) cl.connectKey = arg.mid(14);
@@ -48,6 +51,8 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
         if (!url.isValid() || url.scheme() != QLatin1String("https") || url.host().isEmpty())
             cl.error = QStringLiteral("--update-url needs https://HOST[:PORT], not ") + *cl.updateUrl;
     }
+    if (cl.error.isEmpty() && cl.listen && QHostAddress(*cl.listen).isNull())
+        cl.error = QStringLiteral("--listen needs an IP address, not ") + *cl.listen;
     if (cl.error.isEmpty() && cl.broker && !hostPort(*cl.broker, 37846))
         cl.error = QStringLiteral("--broker needs HOST[:PORT], not ") + *cl.broker;
     if (cl.error.isEmpty() && cl.connectService && !hostPort(*cl.connectService, 57846))
@@ -68,9 +73,9 @@ std::optional<std::pair<QString, int>> CommandLine::hostPort(const QString& text
 QString CommandLine::usage() {
     return QStringLiteral(
         "Usage: velto [--headless] [--prefs DIR] [--connect] [--log] [--log-serial]\n"
-        "             [--broadcast ADDR] [--broker HOST[:PORT]] [--update-url URL]\n"
-        "             [--connect-service HOST[:PORT]] [--connect-key KEY] [--ca-file FILE]\n"
-        "             [--check-update] [--version] [--help]\n"
+        "             [--broadcast ADDR] [--listen ADDR] [--broker HOST[:PORT]]\n"
+        "             [--update-url URL] [--connect-service HOST[:PORT]]\n"
+        "             [--connect-key KEY] [--ca-file FILE] [--check-update] [--version] [--help]\n"
         "\n"
         "  --headless        run without a window, as a box server\n"
         "  --prefs DIR       read and write the settings files in DIR\n"
@@ -78,6 +83,8 @@ QString CommandLine::usage() {
         "  --log             open the activity log (headless: printed on standard output)\n"
         "  --log-serial      open the log and trace the serial line too\n"
         "  --broadcast ADDR  send LAN advertisements to ADDR\n"
+        "  --listen ADDR     as a slave, listen on the address ADDR only (127.0.0.1: this\n"
+        "                    machine alone, as behind an SSH tunnel); all by default\n"
         "  --broker HOST[:PORT]\n"
         "                    log in to the brokering service at HOST (port 37846)\n"
         "  --connect-service HOST[:PORT]\n"

@@ -15,6 +15,8 @@ struct CommandLine {
     bool log = false;
     bool logSerial = false;
     std::optional<QString> broadcast;
+    /// The one address a slave listens on (all of the machine's when not given).
+    std::optional<QString> listen;
     /// The brokering service, HOST[:PORT] (the port 37846 when none is given).
     std::optional<QString> broker;
     /// The connect service, HOST[:PORT] (the port 57846 when none is given).

@@ -182,12 +182,20 @@ int main(int argc, char** argv) {
     velto::QtUdpFactory udp;
     velto::QtNetworkInfo network;
     if (cl.broadcast) network.setBroadcastOverride(*cl.broadcast);
+    if (cl.listen) {
+        // The slave's port and its remote page, on that address only; advertised as its address.
+        const QHostAddress address(*cl.listen);
+        remoteControl.setListenAddress(address);
+        if (address != QHostAddress::AnyIPv4 && address != QHostAddress::AnyIPv6)
+            network.setLocalOverride(address.toString());
+    }
     velto::QtHttpsClient https;
     // The remote page for browsers, built into the program; a slave serves it when asked to.
     velto::PageServer pageServer(clock);
     QFile page(QStringLiteral(":/web/remote.html"));
     if (page.open(QIODevice::ReadOnly))
         pageServer.setDocument(QStringLiteral("/"), {"text/html; charset=utf-8", page.readAll()});
+    if (cl.listen) pageServer.setListenAddress(QHostAddress(*cl.listen));
 
     std::unique_ptr<velto::Dialogs> dialogs;
 #ifdef VELTO_WITH_GUI

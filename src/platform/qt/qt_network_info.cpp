@@ -19,6 +19,7 @@ QNetworkAddressEntry firstEntry() {
 }  // namespace
 
 QString QtNetworkInfo::localAddress() const {
+    if (!localOverride_.isEmpty()) return localOverride_;
     const QNetworkAddressEntry entry = firstEntry();
     return entry.ip().isNull() ? QStringLiteral("127.0.0.1") : entry.ip().toString();
 }

@@ -12,9 +12,12 @@ public:
     QString broadcastAddress() const override;
     /// Fixes the broadcast address (for tests: 127.255.255.255).
     void setBroadcastOverride(const QString& address) { broadcastOverride_ = address; }
+    /// Fixes the local address (a slave bound to one address gives out that one).
+    void setLocalOverride(const QString& address) { localOverride_ = address; }
 
 private:
     QString broadcastOverride_;
+    QString localOverride_;
 };
 
 }  // namespace velto

@@ -157,6 +157,10 @@ QString plain(const QHostAddress& address) {
 
 QString QtTcpSocket::localAddress() const {
     if (peer_ && peer_->state() == QAbstractSocket::ConnectedState) return plain(peer_->localAddress());
+    // Bound to one address, that is where a peer finds this copy.
+    if (listenAddress_ != QHostAddress::Any && listenAddress_ != QHostAddress::AnyIPv4 &&
+        listenAddress_ != QHostAddress::AnyIPv6)
+        return plain(listenAddress_);
     return QtNetworkInfo().localAddress();
 }
 
