@@ -57,7 +57,7 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
     find<QComboBox>(*view, QStringLiteral("ModeControl"))->activated(5);
     QStringList sent = rig.commandsSince(mark);
     sent.removeAll(QStringLiteral("V"));
-    EXPECT_EQ(sent, (QStringList{QStringLiteral("B17"), QStringLiteral("E"), QStringLiteral("M5")}));
+    EXPECT_EQ(sent, QStringList({"B17", "E", "M5"}));
     rig.advance(100);
     EXPECT_EQ(find<QLabel>(*view, QStringLiteral("cLabel"))->text(), QStringLiteral("Rate change"));  // Wave
 
@@ -108,6 +108,9 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
     rig->resetAll();
     EXPECT_TRUE(logWindow->findChild<QPlainTextEdit*>(QStringLiteral("log"))->toPlainText().contains(
         QStringLiteral("Mode change: timers reset")));
+    activity->trigger();  // the item hides it again
+    EXPECT_FALSE(logWindow->isVisible());
+    activity->trigger();
     logWindow->close();  // the user's close ends logging
     EXPECT_FALSE(rig->serverLogging);
 
@@ -145,9 +148,9 @@ TEST(MainWindowView, KeysActWhicheverControlHasTheFocusButNotWhileTyping) {
         sent.removeAll(QStringLiteral("V"));
         return sent;
     };
-    EXPECT_EQ(press(table, '+'), QStringList{QStringLiteral("A1")});
+    EXPECT_EQ(press(table, '+'), QStringList{"A1"});
     EXPECT_EQ(press(popup, 'K').value(0), QStringLiteral("K"));
-    EXPECT_EQ(press(popup, 'N'), QStringList{QStringLiteral("M1")});
+    EXPECT_EQ(press(popup, 'N'), QStringList{"M1"});
     EXPECT_EQ(popup->currentIndex(), 1);  // moved by the box's reply, not by the key
     // Typed text stays text.
     EXPECT_EQ(press(field, '+'), QStringList{});
