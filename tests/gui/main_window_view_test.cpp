@@ -74,12 +74,18 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
     for (int tab : {2, 1, 0}) {
         tabs->setCurrentIndex(tab);
         EXPECT_EQ(rig->FavRand.value(), tab);
+        EXPECT_EQ(tabs->tabText(tab), rig->FavRand.captions().value(tab));
     }
     find<QPushButton>(*view, QStringLiteral("saveCurrent"))->click();
     auto* table = find<QTableView>(*view, QStringLiteral("favsList"));
     ASSERT_EQ(table->model()->rowCount(), 1);
     EXPECT_EQ(table->model()->index(0, 0).data().toString(), rig->favsList.cell(0, 0));
     EXPECT_TRUE(table->isColumnHidden(5));
+    // The Seq column shows each of the three states as it is.
+    for (const auto& [state, shown] : {std::pair{0, Qt::Unchecked}, {1, Qt::Checked}, {2, Qt::PartiallyChecked}}) {
+        rig->favsList.setCellState(0, 4, state);
+        EXPECT_EQ(table->model()->index(0, 4).data(Qt::CheckStateRole).toInt(), int(shown));
+    }
     EXPECT_FALSE(table->isColumnHidden(4));
     table->selectRow(0);
     EXPECT_EQ(rig->favsList.listIndex(), 0);
