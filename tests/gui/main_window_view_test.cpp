@@ -57,7 +57,7 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
     find<QComboBox>(*view, QStringLiteral("ModeControl"))->activated(5);
     QStringList sent = rig.commandsSince(mark);
     sent.removeAll(QStringLiteral("V"));
-    EXPECT_EQ(sent, (QStringList{QStringLiteral("B17"), QStringLiteral("E"), QStringLiteral("M5")}));
+    EXPECT_EQ(sent, QStringList({"B17", "E", "M5"}));
     rig.advance(100);
     EXPECT_EQ(find<QLabel>(*view, QStringLiteral("cLabel"))->text(), QStringLiteral("Rate change"));  // Wave
 
@@ -74,12 +74,18 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
     for (int tab : {2, 1, 0}) {
         tabs->setCurrentIndex(tab);
         EXPECT_EQ(rig->FavRand.value(), tab);
+        EXPECT_EQ(tabs->tabText(tab), rig->FavRand.captions().value(tab));
     }
     find<QPushButton>(*view, QStringLiteral("saveCurrent"))->click();
     auto* table = find<QTableView>(*view, QStringLiteral("favsList"));
     ASSERT_EQ(table->model()->rowCount(), 1);
     EXPECT_EQ(table->model()->index(0, 0).data().toString(), rig->favsList.cell(0, 0));
     EXPECT_TRUE(table->isColumnHidden(5));
+    // The Seq column shows each of the three states as it is.
+    for (const auto& [state, shown] : {std::pair{0, Qt::Unchecked}, {1, Qt::Checked}, {2, Qt::PartiallyChecked}}) {
+        rig->favsList.setCellState(0, 4, state);
+        EXPECT_EQ(table->model()->index(0, 4).data(Qt::CheckStateRole).toInt(), int(shown));
+    }
     EXPECT_FALSE(table->isColumnHidden(4));
     table->selectRow(0);
     EXPECT_EQ(rig->favsList.listIndex(), 0);
@@ -108,6 +114,9 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
     rig->resetAll();
     EXPECT_TRUE(logWindow->findChild<QPlainTextEdit*>(QStringLiteral("log"))->toPlainText().contains(
         QStringLiteral("Mode change: timers reset")));
+    activity->trigger();  // the item hides it again
+    EXPECT_FALSE(logWindow->isVisible());
+    activity->trigger();
     logWindow->close();  // the user's close ends logging
     EXPECT_FALSE(rig->serverLogging);
 
@@ -145,9 +154,9 @@ TEST(MainWindowView, KeysActWhicheverControlHasTheFocusButNotWhileTyping) {
         sent.removeAll(QStringLiteral("V"));
         return sent;
     };
-    EXPECT_EQ(press(table, '+'), QStringList{QStringLiteral("A1")});
+    EXPECT_EQ(press(table, '+'), QStringList{"A1"});
     EXPECT_EQ(press(popup, 'K').value(0), QStringLiteral("K"));
-    EXPECT_EQ(press(popup, 'N'), QStringList{QStringLiteral("M1")});
+    EXPECT_EQ(press(popup, 'N'), QStringList{"M1"});
     EXPECT_EQ(popup->currentIndex(), 1);  // moved by the box's reply, not by the key
     // Typed text stays text.
     EXPECT_EQ(press(field, '+'), QStringList{});

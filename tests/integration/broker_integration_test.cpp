@@ -4,23 +4,13 @@
 
 #include <gtest/gtest.h>
 
-#include <QFile>
 #include <QSslConfiguration>
 #include <QSslServer>
 #include <QSslSocket>
-#include <QTemporaryDir>
 #include <map>
-#include <memory>
 
-#include "device/main_app.h"
-#include "platform/fake/fake_serial_port.h"
-#include "platform/fake/fake_tcp_socket.h"
-#include "platform/fake/fake_udp.h"
-#include "platform/fake/scripted_dialogs.h"
-#include "platform/qt/qt_clock.h"
-#include "platform/qt/qt_ssl_socket.h"
+#include "support/live_app.h"
 #include "support/run_until.h"
-#include "support/sim_link.h"
 #include "support/tls_test_data.h"
 
 using namespace velto;
@@ -89,37 +79,13 @@ private:
     std::map<QTcpSocket*, QTcpSocket*> links_;
 };
 
-/// A MainApp on real time with a real TLS broker socket, the simulated box behind its port.
-struct BrokerApp {
-    BrokerApp(const QString& settings, quint16 brokerPort) {
-        QFile file(prefs.filePath(QStringLiteral("veltoprefs.ini")));
-        if (file.open(QIODevice::WriteOnly)) file.write(settings.toUtf8());
-        file.close();
-        platform = std::make_unique<Platform>(Platform{clock, boundary, serial, remoteControl, broker, connect,
-                                                       advertising, udp, network, dialogs,
-                                                       Preferences(prefs.path())});
-        app = std::make_unique<MainApp>(*platform);
-        app->brokerHost = QStringLiteral("127.0.0.1");
-        app->brokerPort = brokerPort;
-        app->App_Event_Open();
-    }
-    ~BrokerApp() { app.reset(); }
-    MainApp* operator->() { return app.get(); }
-
-    QTemporaryDir prefs;
-    QtClock clock;
-    ExceptionBoundary boundary;
-    FakeSerialPort serial{clock};
-    SimLink link{serial, clock};
-    FakeTcpSocket remoteControl{clock};
-    QtSslSocket broker;
-    FakeTcpSocket connect{clock};
-    FakeUdpFactory udp{clock};
-    FakeUdpSocket advertising{clock, udp.record};
-    FixedNetworkInfo network{QStringLiteral("127.0.0.1"), QStringLiteral("127.255.255.255")};
-    ScriptedDialogs dialogs;
-    std::unique_ptr<Platform> platform;
-    std::unique_ptr<MainApp> app;
+/// A copy pointed at the stand-in service.
+struct BrokerApp : LiveApp {
+    BrokerApp(const QString& settings, quint16 brokerPort)
+        : LiveApp(settings, [brokerPort](MainApp& app) {
+              app.brokerHost = QStringLiteral("127.0.0.1");
+              app.brokerPort = brokerPort;
+          }) {}
 };
 
 }  // namespace

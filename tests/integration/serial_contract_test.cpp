@@ -68,7 +68,7 @@ public:
     }
     QString start(const QStringList& options) override {
         sim_.setProgram(QStringLiteral(VELTO_SIM_PATH));
-        sim_.setArguments(options + QStringList{QStringLiteral("--exit-with-parent")});
+        sim_.setArguments(options + QStringList{"--exit-with-parent"});
         sim_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         sim_.start();
         QDeadlineTimer deadline(kWaitMs);
@@ -134,9 +134,7 @@ protected:
         return bench.runUntil([&] { return received().count('\n') >= lines; }, timeoutMs);
     }
     /// Lets a box that would answer have ample time to do so.
-    void settle() {
-        bench.runUntil([] { return false; }, 300);
-    }
+    void settle() { bench.runUntil([] { return false; }, 300); }
 
     B bench;
     std::vector<QByteArray> reads;

@@ -40,6 +40,26 @@ QStringList Rig::commandsSince(size_t from) const {
     return out;
 }
 
+void Rig::connectLogging(const QString& firmware) {
+    box().setFirmware(firmware);
+    open();
+    app->_activityToggle_Action();
+    app->Connect.push();
+    clock.advance(100);
+}
+
+QStringList Rig::commandsAfter(size_t from) const {
+    QStringList out = commandsSince(from);
+    out.removeAll(QStringLiteral("V"));
+    return out;
+}
+
+QString readText(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll())
+                                          : QStringLiteral("<missing>");
+}
+
 QStringList Rig::logLines() const {
     QStringList out;
     for (const QString& line : app->activityLog.log.text().split(QStringLiteral("\r\n"), Qt::SkipEmptyParts)) {

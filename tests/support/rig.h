@@ -5,6 +5,7 @@
 
 #include <QTemporaryDir>
 #include <memory>
+#include <ostream>
 
 #include "device/main_app.h"
 #include "platform/fake/fake_https_client.h"
@@ -47,16 +48,35 @@ struct Rig {
 
     /// Writes a file into the Preferences folder.
     void writePref(const QString& name, const QString& content);
+    /// Writes "veltoprefs.ini".
+    void settings(const QString& content) { writePref(QStringLiteral("veltoprefs.ini"), content); }
     QString prefPath(const QString& name) const;
     /// Start-up as the program does it.
     void open() { app->App_Event_Open(); }
     /// Start-up, then Connect in the current mode, then lets the first replies in.
     void connect();
+    /// The same to a box of `firmware`, with the log open, so that on a 2.119 box the switch to
+    /// the high rate completes and the line goes on answering.
+    void connectLogging(const QString& firmware = QStringLiteral("2.106"));
+    /// A peer arrives on `socket` and its Connected event runs.
+    void peerJoins(FakeTcpSocket& socket, const QString& from = QStringLiteral("127.0.0.1")) {
+        socket.peerConnects(from);
+        advance(1);
+    }
     /// Commands written to the serial line, from the `from`-th write on.
     QStringList commandsSince(size_t from) const;
+    /// The same without the "V" polls.
+    QStringList commandsAfter(size_t from) const;
+    size_t mark() const { return serial.writes.size(); }
     /// Lines of the activity log (time stamps removed).
     QStringList logLines() const;
     void advance(qint64 ms) { clock.advance(ms); }
 };
 
+/// The file's text, or "<missing>".
+QString readText(const QString& path);
+
 }  // namespace velto
+
+/// Failure messages show texts as texts.
+inline void PrintTo(const QString& text, std::ostream* os) { *os << '"' << text.toStdString() << '"'; }

@@ -28,12 +28,6 @@ struct SlaveRig : Rig {
         return out;
     }
     QStringList extendedLines() const { return peerLines().filter(QRegularExpression(QStringLiteral("^;"))); }
-    /// Commands the box was sent since `mark`, the polls left out.
-    QStringList deviceCommands(size_t mark) const {
-        QStringList out = commandsSince(mark);
-        out.removeAll(QStringLiteral("V"));
-        return out;
-    }
     /// A ticked favourite: Pulse, A 40, B 20, C 50, D 60, low power, 30/180/10 seconds.
     void addFavourite(const QString& name) {
         const int row = app->favsList.addRow({name, QStringLiteral("30"), QStringLiteral("180"), QStringLiteral("10")});

@@ -35,7 +35,7 @@ TEST(ActivityLog, LogsOnlyWhileOpenAndForgetsItsTextWhenClosed) {
     EXPECT_TRUE(rig->serverLogging);
     EXPECT_TRUE(rig->activityLog.window.visible());
     rig->resetAll();
-    EXPECT_EQ(rig.logLines(), QStringList{QStringLiteral("Mode change: timers reset")});
+    EXPECT_EQ(rig.logLines(), QStringList{"Mode change: timers reset"});
     rig->activityLog.logSerial.setValue(true);
     rig.advance(2500);
     EXPECT_TRUE(rig.logLines().filter(QRegularExpression(QStringLiteral("^2B raw "))).size() == 1);

@@ -49,10 +49,9 @@ TEST(BrokerSession, ServiceLinesShowTheirMessagesAndTheUserList) {
     m.say(";user:ann@velto.example;Likes tea\n;user: ME@velto.example ;Myself");
     m.say(";user:bob@velto.example;not supported\n;total:3");
     MainApp::BrokerUsers& users = m->brokerUsers;
-    EXPECT_EQ(users.userList.rows(), (QStringList{QStringLiteral("ann@velto.example"),
-                                                  QStringLiteral("bob@velto.example")}));
+    EXPECT_EQ(users.userList.rows(), QStringList({"ann@velto.example", "bob@velto.example"}));
     EXPECT_EQ(m->brokerProfiles,
-              (QStringList{QStringLiteral("Likes tea"), QStringLiteral("not supported")}));
+              QStringList({"Likes tea", "not supported"}));
     EXPECT_TRUE(users.window.visible());
     EXPECT_EQ(users.userProfile.text(), QStringLiteral("Likes tea"));
     EXPECT_TRUE(m.dialogs.messages.isEmpty());
@@ -189,8 +188,8 @@ TEST(BrokerSession, MenuItemsEndTheLinkBlockThePeerAndLeaveTheService) {
     s->MenuBar1.vbBlock.push();
     EXPECT_EQ(s.sent(), QStringLiteral(";end\r"));
     EXPECT_FALSE(s->brokerConnected);
-    EXPECT_EQ(s->brokerAccept, QStringList{QStringLiteral("ann")});
-    EXPECT_EQ(s->brokerReject, QStringList{QStringLiteral("eve")});
+    EXPECT_EQ(s->brokerAccept, QStringList{"ann"});
+    EXPECT_EQ(s->brokerReject, QStringList{"eve"});
     ASSERT_EQ(s.dialogs.notices.size(), 1u);
     EXPECT_EQ(s.dialogs.notices[0].text,
               QStringLiteral("eve has been added to the auto-reject list"));
@@ -221,7 +220,7 @@ TEST(BrokerSession, MenuItemsEndTheLinkBlockThePeerAndLeaveTheService) {
     s.dialogs.messages.clear();
     s->MenuBar1.vbRequest.push();
     EXPECT_EQ(s.dialogs.messages,
-              QStringList{QStringLiteral("You are not connected to VeltoBroker")});
+              QStringList{"You are not connected to VeltoBroker"});
     s->MenuBar1.vbConnect.push();
     EXPECT_EQ(s.brokerSocket.connects, 2);
 }
@@ -277,6 +276,6 @@ TEST(BrokerSession, AFailedHandshakeIsLoggedAndNothingIsSent) {
     rig.advance(1);
     EXPECT_FALSE(rig->serverLogging);
     EXPECT_EQ(rig.logLines(),
-              QStringList{QStringLiteral("TLS: The certificate is self-signed, and untrusted")});
+              QStringList{"TLS: The certificate is self-signed, and untrusted"});
     EXPECT_TRUE(rig.brokerSocket.writes.isEmpty());
 }

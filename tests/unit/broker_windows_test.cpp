@@ -14,7 +14,7 @@ TEST(BrokerWindows, TheUserListConnectsOrOpensChatsAndComesBackEmptyAfterUse) {
     w.userList.setListIndex(1);
     EXPECT_EQ(w.userProfile.text(), QStringLiteral("not supported"));
     w.brokerChat.push();
-    EXPECT_EQ(m.dialogs.messages, QStringList{QStringLiteral("Unable to send message")});
+    EXPECT_EQ(m.dialogs.messages, QStringList{"Unable to send message"});
     EXPECT_TRUE(m->brokerChats.empty());
     w.userList.setListIndex(0);
     w.brokerChat.push();
@@ -28,7 +28,7 @@ TEST(BrokerWindows, TheUserListConnectsOrOpensChatsAndComesBackEmptyAfterUse) {
     EXPECT_FALSE(w.window.visible());
     // The next list starts afresh, though only ";registered:" empties it on purpose.
     m.say(";user:cat;Hi\n;total:1");
-    EXPECT_EQ(w.userList.rows(), QStringList{QStringLiteral("cat")});
+    EXPECT_EQ(w.userList.rows(), QStringList{"cat"});
 
     // A slave may look and write, but not ask for control; an empty list writes to nobody.
     BrokerRig s(QStringLiteral("slave"));
@@ -36,7 +36,7 @@ TEST(BrokerWindows, TheUserListConnectsOrOpensChatsAndComesBackEmptyAfterUse) {
     EXPECT_FALSE(s->brokerUsers.requestConnect.enabled());
     s->brokerUsers.window.close();
     s->brokerUsers.brokerChat.push();
-    EXPECT_EQ(s.dialogs.messages, QStringList{QStringLiteral("Unable to send message")});
+    EXPECT_EQ(s.dialogs.messages, QStringList{"Unable to send message"});
     s.sent();
     s->brokerUsers.requestConnect.push();
     EXPECT_TRUE(s.sent().isEmpty());
@@ -109,5 +109,5 @@ TEST(BrokerWindows, OptionsEditTheListsByDragAndReachTheSettingsAtDone) {
     EXPECT_TRUE(rig->brokerauto.isEmpty());
     EXPECT_EQ(rig->brokerProfile, QStringLiteral("New me"));
     EXPECT_TRUE(rig->brokerAccept.isEmpty());
-    EXPECT_EQ(rig->brokerReject, (QStringList{QStringLiteral("ann"), QStringLiteral("eve")}));
+    EXPECT_EQ(rig->brokerReject, QStringList({"ann", "eve"}));
 }

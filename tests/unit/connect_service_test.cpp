@@ -53,7 +53,7 @@ TEST(ConnectService, TheKeyIsSixteenCharactersOrTheEndOfALink) {
         EXPECT_EQ(
             rig.dialogs.messages,
             key ? QStringList{}
-                : QStringList{QStringLiteral("Sorry, that doesn't look like a valid Connect Key")});
+                : QStringList{"Sorry, that doesn't look like a valid Connect Key"});
     }
 }
 
@@ -86,8 +86,7 @@ TEST(ConnectService, AStartTurnsTheCopyIntoAMasterAndFramesEachLineByKind) {
     EXPECT_EQ(rig.connectSocket.address, QStringLiteral("127.0.0.1"));
     EXPECT_EQ(rig.connectSocket.port, 57846);
     EXPECT_EQ(rig.logLines().mid(rig.logLines().size() - 2),
-              (QStringList{QStringLiteral("Configuring settings"),
-                           QStringLiteral("Talking to Velto Connect")}));
+              QStringList({"Configuring settings", "Talking to Velto Connect"}));
 
     // The opening line, upper-cased, with LF alone, flushed; then the master's commands with LF.
     rig.connectSocket.peerConnects();

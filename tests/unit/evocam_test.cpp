@@ -22,12 +22,6 @@ std::vector<RecordingScriptRunner::Run> messageRuns(const Rig& rig) {
     return out;
 }
 
-QString readText(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) return QStringLiteral("<missing>");
-    return QString::fromUtf8(file.readAll());
-}
-
 }  // namespace
 
 TEST(EvoCamCaptions, StatusCaptionNamesTheModeByFirmwareAndHalvesTheLevels) {
@@ -82,9 +76,9 @@ TEST(EvoCamCaptions, MessageClearsTwentySecondsAfterTheLastOne) {
     auto messages = messageRuns(s);
     ASSERT_EQ(messages.size(), 2u);
     EXPECT_EQ(messages[0].parameters,
-              (QStringList{QStringLiteral("HELLO"), QStringLiteral("Cam 1")}));
+              QStringList({"HELLO", "Cam 1"}));
     EXPECT_EQ(messages[1].parameters,
-              (QStringList{QStringLiteral("AGAIN"), QStringLiteral("Cam 1")}));
+              QStringList({"AGAIN", "Cam 1"}));
     EXPECT_EQ(messages[1].atMs - messages[0].atMs, 15000);
 
     // Cleared 20 s after the second message, for the camera named now.

@@ -64,15 +64,13 @@ TEST(ExtendedCommands, GotoQueuesSettingsAndTheFirstTenthAndRampsAtItsPace) {
         s.send(c.line);
         EXPECT_EQ(s->rampTimer.period(), c.period) << c.line;
     }
-    const size_t mark = s.serial.writes.size();
+    const size_t mark = s.mark();
     s.send(";GOTO=55,40,60,70,45,6,h", 0);
     EXPECT_TRUE(s->continueAfterPlayback);
     EXPECT_FALSE(s->manualControl);
-    EXPECT_EQ(s->cmdSequence, (QStringList{QStringLiteral("C60"), QStringLiteral("D70"), QStringLiteral("A6"),
-                                           QStringLiteral("B4"), QStringLiteral("M6"), QStringLiteral("H")}));
+    EXPECT_EQ(s->cmdSequence, QStringList({"C60", "D70", "A6", "B4", "M6", "H"}));
     s.advance(1300);  // the stack: H, M6, B4, A6, D70, C60
-    EXPECT_EQ(s.deviceCommands(mark), (QStringList{QStringLiteral("H"), QStringLiteral("M6"), QStringLiteral("B4"),
-                                                   QStringLiteral("A6"), QStringLiteral("D70"), QStringLiteral("C60")}));
+    EXPECT_EQ(s.commandsAfter(mark), QStringList({"H", "M6", "B4", "A6", "D70", "C60"}));
     EXPECT_EQ(s->rampTimer.period(), 4500);
     s.advance(45000);
     EXPECT_EQ(s.box().levelA(), 55);
@@ -109,8 +107,7 @@ TEST(ExtendedCommands, MoveWaitsClampsAndReportsAnImpossibleMove) {
     s->autoAdjust = false;
     s.remoteControl.sent.clear();
     s.send(";MOVE=0,100,10");
-    EXPECT_EQ(s.extendedLines(), (QStringList{QStringLiteral(";STATUS:percent=WAIT"),
-                                              QStringLiteral(";ERROR:1=Too many steps, or time period too short")}));
+    EXPECT_EQ(s.extendedLines(), QStringList({";STATUS:percent=WAIT", ";ERROR:1=Too many steps, or time period too short"}));
     // A wrong count does nothing, not even resetAll.
     s->rampTimer.setMode(Timer::Multiple);
     s.send(";MOVE=1,2");
@@ -136,8 +133,7 @@ TEST(ExtendedCommands, PlayHaltStopAndTheStepCommands) {
         EXPECT_EQ(s->tickCounter.text(), QStringLiteral("RISE"));
         EXPECT_FALSE(s->continueAfterPlayback);
     }
-    EXPECT_EQ(s->cmdSequence, (QStringList{QStringLiteral("A4"), QStringLiteral("B4"), QStringLiteral("C50"),
-                                           QStringLiteral("D50"), QStringLiteral("M2"), QStringLiteral("L")}));
+    EXPECT_EQ(s->cmdSequence, QStringList({"A4", "B4", "C50", "D50", "M2", "L"}));
     s.advance(20000);
     const int level = s.box().levelA();
     EXPECT_GT(level, 0);
@@ -147,9 +143,9 @@ TEST(ExtendedCommands, PlayHaltStopAndTheStepCommands) {
     EXPECT_EQ(s->rampTimer.mode(), Timer::Off);
     s.advance(3000);
     EXPECT_EQ(s.box().levelA(), level);
-    size_t mark = s.serial.writes.size();
+    size_t mark = s.mark();
     s.send(";STOPSEQ", 600);
-    EXPECT_EQ(s.deviceCommands(mark), (QStringList{QStringLiteral("K"), QStringLiteral("K"), QStringLiteral("K")}));
+    EXPECT_EQ(s.commandsAfter(mark), QStringList({"K", "K", "K"}));
 
     // UP: two steps 500 ms apart; only the second reply reaches the peer.
     s.advance(2600);
@@ -157,17 +153,16 @@ TEST(ExtendedCommands, PlayHaltStopAndTheStepCommands) {
     s.box().setLevelB(10);
     s.advance(2500);
     s.remoteControl.sent.clear();
-    mark = s.serial.writes.size();
+    mark = s.mark();
     s.send(";UP", 0);
-    EXPECT_EQ(s.deviceCommands(mark), (QStringList{QStringLiteral("A11"), QStringLiteral("B11")}));
+    EXPECT_EQ(s.commandsAfter(mark), QStringList({"A11", "B11"}));
     s.advance(50);
     EXPECT_EQ(s.peerLines(), QStringList{QString::fromLatin1(s.box().statusLine())});
     EXPECT_FALSE(s->showSecondStatus);
 
-    mark = s.serial.writes.size();
+    mark = s.mark();
     for (const char* line : {";APLUS", ";BMINUS", ";CPLUS", ";DMINUS"}) s.send(line, 50);
-    EXPECT_EQ(s.deviceCommands(mark), (QStringList{QStringLiteral("A12"), QStringLiteral("B10"), QStringLiteral("C51"),
-                                                   QStringLiteral("D49")}));
+    EXPECT_EQ(s.commandsAfter(mark), QStringList({"A12", "B10", "C51", "D49"}));
 }
 
 TEST(ExtendedCommands, SequenceMarksMessagesAndSave) {
@@ -241,7 +236,7 @@ TEST(StatusCommands, ProgressSystemAndGetFavs) {
     s->favsList.setCellState(0, 4, 0);
     s.remoteControl.sent.clear();
     s.send(";GETFAVS");
-    EXPECT_EQ(s.extendedLines(), QStringList{QStringLiteral(";FAV:Slow, wave,30,180,10,0,Pulse,40,20,50,60,L")});
+    EXPECT_EQ(s.extendedLines(), QStringList{";FAV:Slow, wave,30,180,10,0,Pulse,40,20,50,60,L"});
 }
 
 TEST(HttpMode, TheAnswerEndsTheExchangeAndTheSlaveListensAgain) {

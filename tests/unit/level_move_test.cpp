@@ -38,33 +38,25 @@ TEST(Move, RelativeAbsoluteAndClampedTargets) {
     rig->adjustA.setText(QStringLiteral("+10"));
     rig->adjustB.setText(QStringLiteral("-10"));
     rig->adjustTime.setText(QStringLiteral("20"));
-    const size_t mark = rig.serial.writes.size();
+    const size_t mark = rig.mark();
     const qint64 t0 = rig.clock.nowMs();
     rig->Adjust.push();
     EXPECT_EQ(rig->moveSteps, 5);
     EXPECT_EQ(rig->moveTimer.period(), 4000);
     EXPECT_FALSE(rig->manualControl);
-    rig.advance(4000);
-    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("20%"));
-    rig.advance(16000);
-    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("100%"));
-    EXPECT_EQ(rig->moveTimer.mode(), Timer::Multiple);
-    rig.advance(4000);
-    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("DONE"));
+    QStringList shown;
+    for (qint64 ms : {4000, 16000, 4000}) {
+        rig.advance(ms);
+        shown << rig->tickCounter.text();
+    }
+    EXPECT_EQ(shown, QStringList({"20%", "100%", "DONE"}));
     EXPECT_EQ(rig->moveTimer.mode(), Timer::Off);
     EXPECT_TRUE(rig->manualControl);
     EXPECT_EQ(rig->elapsedTimer.mode(), Timer::Multiple);
     // Each pair leaves B first; the move takes one period more than its time.
-    EXPECT_EQ(sentSince(rig, mark, t0), (std::vector<Sent>{{4200, "B4"},
-                                                           {4400, "A96"},
-                                                           {8200, "B3"},
-                                                           {8400, "A97"},
-                                                           {12200, "B2"},
-                                                           {12400, "A98"},
-                                                           {16200, "B1"},
-                                                           {16400, "A99"},
-                                                           {20200, "B0"},
-                                                           {20400, "A100"}}));
+    EXPECT_EQ(sentSince(rig, mark, t0),
+              (std::vector<Sent>{{4200, "B4"}, {4400, "A96"}, {8200, "B3"}, {8400, "A97"}, {12200, "B2"},
+                                 {12400, "A98"}, {16200, "B1"}, {16400, "A99"}, {20200, "B0"}, {20400, "A100"}}));
     EXPECT_EQ(rig->channelC.value(), 50);  // C and D are never part of a move
 }
 
@@ -73,7 +65,7 @@ TEST(Move, NothingToMoveEndsOnTheFirstTick) {
     connectSlaveWithPeer(rig);
     rig->adjustA.setText(QStringLiteral("0"));
     rig->adjustTime.setText(QStringLiteral("5"));
-    const size_t mark = rig.serial.writes.size();
+    const size_t mark = rig.mark();
     rig->Adjust.push();
     EXPECT_EQ(rig->moveSteps, 0);
     rig.advance(1000);
@@ -89,7 +81,7 @@ TEST(Move, FiftyLevelsOnAAndTenOnBInFiftySeconds) {
     rig->adjustA.setText(QStringLiteral("50"));
     rig->adjustB.setText(QStringLiteral("10"));
     rig->adjustTime.setText(QStringLiteral("50"));
-    const size_t mark = rig.serial.writes.size();
+    const size_t mark = rig.mark();
     const qint64 t0 = rig.clock.nowMs();
     rig->Adjust.push();
     EXPECT_EQ(rig->moveTimer.period(), 1000);

@@ -33,7 +33,7 @@ TEST(MainWindow, KeysMoveTheChannelsStepTheModeAndStop) {
     EXPECT_FALSE(rig->Event_KeyDown(QStringLiteral("u")));
     EXPECT_FALSE(rig->Event_KeyDown(QStringLiteral("<")));
     EXPECT_FALSE(rig->Event_KeyDown(QStringLiteral("x")));
-    EXPECT_EQ(levelCommands(rig, mark), (QStringList{QStringLiteral("A11"), QStringLiteral("A12"), QStringLiteral("A11")}));
+    EXPECT_EQ(levelCommands(rig, mark), QStringList({"A11", "A12", "A11"}));
 
     // Joined: B follows 500 ms later, through pause, while the event loop runs on. (The box's
     // replies untick the box again on this firmware, so the key comes right after the tick.)
@@ -44,7 +44,7 @@ TEST(MainWindow, KeysMoveTheChannelsStepTheModeAndStop) {
     std::vector<qint64> at;
     rig->Event_KeyDown(QStringLiteral(">"));
     EXPECT_EQ(rig.clock.nowMs(), t0 + 501);
-    EXPECT_EQ(levelCommands(rig, mark, &at), (QStringList{QStringLiteral("A12"), QStringLiteral("B11")}));
+    EXPECT_EQ(levelCommands(rig, mark, &at), QStringList({"A12", "B11"}));
     EXPECT_EQ(at, (std::vector<qint64>{t0, t0 + 501}));
 
     // At the top the slider ignores the step, and the pause still runs.
@@ -66,7 +66,7 @@ TEST(MainWindow, KeysMoveTheChannelsStepTheModeAndStop) {
     rig->Event_KeyDown(QStringLiteral("n"));
     EXPECT_EQ(rig->newMode, 0);
     EXPECT_EQ(rig->ModeControl.listIndex(), 13);
-    EXPECT_EQ(levelCommands(rig, mark), QStringList{QStringLiteral("M0")});
+    EXPECT_EQ(levelCommands(rig, mark), QStringList{"M0"});
     rig.advance(50);
     EXPECT_EQ(rig->ModeControl.listIndex(), 0);
 
@@ -81,7 +81,7 @@ TEST(MainWindow, KeysMoveTheChannelsStepTheModeAndStop) {
     mark = rig.serial.writes.size();
     rig->Event_KeyDown(QStringLiteral("K"));
     rig.advance(1000);
-    EXPECT_EQ(levelCommands(rig, mark), QStringList{QStringLiteral("K")});
+    EXPECT_EQ(levelCommands(rig, mark), QStringList{"K"});
 }
 
 TEST(MainWindow, BrokerItemsFollowTheTableOnlyWithAKeyAndALogin) {

@@ -14,12 +14,6 @@ namespace {
 
 const QString kPrefs = QStringLiteral("veltoprefs.ini");
 
-QString readText(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll())
-                                          : QStringLiteral("<missing>");
-}
-
 }  // namespace
 
 TEST(PrefsWindow, WhatIsReadIsShownAndDoneWritesItBackLineForLine) {
@@ -37,6 +31,8 @@ TEST(PrefsWindow, WhatIsReadIsShownAndDoneWritesItBackLineForLine) {
     rig.open();
     w.window.activate();
     EXPECT_TRUE(w.modeMaster.value() && !w.modeSolo.value() && !w.modeSlave.value());
+    // The port field and its scan button show; the list of ports does not.
+    EXPECT_TRUE(w.portName.visible() && w.portAutoDetect.visible() && !w.comPorts.visible());
     // Typed but not taken over: the next activation puts the stored value back.
     w.portNumber.setText(QStringLiteral("8000"));
     w.window.activate();
@@ -129,7 +125,7 @@ TEST(PrefsWindow, AutoDetectFindsUsbSerialPorts) {
     QStringList seen;
     rig.clock.post(0, [&] { seen << w.portName.text(); });
     w.portAutoDetect.push();
-    EXPECT_EQ(seen, QStringList{QStringLiteral("/dev/tty.usbserial-A1")});
+    EXPECT_EQ(seen, QStringList{"/dev/tty.usbserial-A1"});
     EXPECT_EQ(w.portName.text(), QStringLiteral("/dev/tty.USBSerial-B2"));
     EXPECT_EQ(w.portsInfo.text(), QStringLiteral("Found: usbserial-A1, USBSerial-B2"));
 
@@ -144,5 +140,5 @@ TEST(PrefsWindow, AutoDetectFindsUsbSerialPorts) {
     EXPECT_EQ(
         QtSerialPortList::listed({QStringLiteral("cu.usbserial-A1"),
                                   QStringLiteral("tty.usbserial-A1"), QStringLiteral("ttyUSB0")}),
-        (QStringList{QStringLiteral("usbserial-A1"), QStringLiteral("ttyUSB0")}));
+        QStringList({"usbserial-A1", "ttyUSB0"}));
 }

@@ -8,35 +8,36 @@
 using namespace velto;
 using namespace velto::playback_test;
 
+namespace {
+
+// The tick counter's text after each of the steps, `ms` apart from the last.
+QStringList labelsAfter(Rig& rig, const std::vector<qint64>& steps) {
+    QStringList out;
+    for (qint64 ms : steps) {
+        rig.advance(ms);
+        out << rig->tickCounter.text();
+    }
+    return out;
+}
+
+}  // namespace
+
 TEST(Ramp, TheWorkedCaseCommandByCommand) {
     Rig rig;
     rig.connect();
     rig->_activityToggle_Action();
     addFav(rig, {});  // A 40, B 20, Rise 30, Run 180, Fall 10, Pulse, low; C 50, D 60
     rig->favsList.setListIndex(0);
-    const size_t mark = rig.serial.writes.size();
+    const size_t mark = rig.mark();
     const qint64 t0 = rig.clock.nowMs();
     rig->playSelected.push();
     EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("RISE"));
     EXPECT_EQ(rig->rampTimer.period(), 3000);
-
-    rig.advance(3000);
-    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("10%"));
-    rig.advance(24000);
-    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("90%"));
-    rig.advance(3000);
-    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("100%"));
-    EXPECT_EQ(rig->runTimer.mode(), Timer::Multiple);
+    EXPECT_EQ(labelsAfter(rig, {3000, 24000, 3000}), QStringList({"10%", "90%", "100%"}));
     EXPECT_EQ(rig->sequenceTicks, 180);
-    rig.advance(1000);
-    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("179"));
-    rig.advance(179000);
-    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("FALL"));
+    EXPECT_EQ(labelsAfter(rig, {1000, 179000}), QStringList({"179", "FALL"}));
     EXPECT_EQ(rig->rampDown.period(), 1000);
-    rig.advance(1000);
-    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("90%"));
-    rig.advance(9000);
-    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("DONE"));
+    EXPECT_EQ(labelsAfter(rig, {1000, 9000}), QStringList({"90%", "DONE"}));
     rig.advance(3000);  // then the run clock takes the label over
 
     // clang-format off
@@ -57,7 +58,6 @@ TEST(Ramp, TheWorkedCaseCommandByCommand) {
         {220200, "B0"}, {220400, "A0"}, {220600, "B0"}, {220800, "A0"}};
     // clang-format on
     EXPECT_EQ(sentSince(rig, mark, t0), expected);
-
     EXPECT_TRUE(rig->seqComplete);
     EXPECT_TRUE(rig->manualControl);
     EXPECT_EQ(rig->seqTimer.mode(), Timer::Off);
@@ -71,45 +71,25 @@ TEST(Ramp, TheWorkedCaseCommandByCommand) {
 }
 
 TEST(Ramp, TheRiseAndFallRuleAndTheFirstBlock) {
-    struct Case {
+    const struct {
         bool autoAdjust;
-        const char *a, *b, *rise, *fall, *mode;
-        QStringList queue;  // the first block as appended
+        const char *a, *b, *rise, *fall, *mode, *queue;  // the first block as appended
         qint64 rampStep, period, fallTime;
-    };
-    const Case cases[] = {
+    } cases[] = {
         // Levels above 50 want a minute of rise; a short fall becomes 10.
-        {true, "60", "10", "5", "0", "Pulse", {"A6", "B1", "C50", "D60", "M0", "L"}, 1, 6000, 10},
-        {true, "40", "10", "45", "10", "Pulse", {"A4", "B1", "C50", "D60", "M0", "L"}, 1, 4500, 10},
-        {true, "51", "10", "45", "10", "Pulse", {"A5", "B1", "C50", "D60", "M0", "L"}, 1, 6000, 10},
-        {true,
-         "20",
-         "20",
-         "abc",
-         "12",
-         "Bounce",
-         {"A2", "B2", "C50", "D60", "M1", "L"},
-         1,
-         3000,
-         12},
+        {true, "60", "10", "5", "0", "Pulse", "A6 B1 C50 D60 M0 L", 1, 6000, 10},
+        {true, "40", "10", "45", "10", "Pulse", "A4 B1 C50 D60 M0 L", 1, 4500, 10},
+        {true, "51", "10", "45", "10", "Pulse", "A5 B1 C50 D60 M0 L", 1, 6000, 10},
+        {true, "20", "20", "abc", "12", "Bounce", "A2 B2 C50 D60 M1 L", 1, 3000, 12},
         // Without the rule: Rise 0 sends the levels whole, 3 starts at seven tenths, 1 counts as 2.
-        {false,
-         "40",
-         "20",
-         "0",
-         "10",
-         "Pulse",
-         {"A40", "B20", "C50", "D60", "M0", "L"},
-         9,
-         1200,
-         10},
-        {false, "40", "20", "3", "4", "Pulse", {"A28", "B14", "C50", "D60", "M0", "L"}, 7, 1000, 0},
-        {false, "40", "20", "1", "5", "Pulse", {"A32", "B16", "C50", "D60", "M0", "L"}, 8, 1000, 5},
-        {false, "40", "25", "12", "7", "pulse", {"A4", "B3", "C50", "D60", "M0", "L"}, 1, 1200, 7},
+        {false, "40", "20", "0", "10", "Pulse", "A40 B20 C50 D60 M0 L", 9, 1200, 10},
+        {false, "40", "20", "3", "4", "Pulse", "A28 B14 C50 D60 M0 L", 7, 1000, 0},
+        {false, "40", "20", "1", "5", "Pulse", "A32 B16 C50 D60 M0 L", 8, 1000, 5},
+        {false, "40", "25", "12", "7", "pulse", "A4 B3 C50 D60 M0 L", 1, 1200, 7},
         // A mode that is not in the table sends no "M"; the rest plays.
-        {false, "40", "20", "20", "7", "Nonsense", {"A4", "B2", "C50", "D60", "L"}, 1, 2000, 7},
+        {false, "40", "20", "20", "7", "Nonsense", "A4 B2 C50 D60 L", 1, 2000, 7},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         Rig rig;
         rig.open();
         rig->autoAdjust = c.autoAdjust;
@@ -122,7 +102,7 @@ TEST(Ramp, TheRiseAndFallRuleAndTheFirstBlock) {
         addFav(rig, f);
         rig->playStimFavourite(0, false);
         SCOPED_TRACE(std::string(c.a) + "/" + c.b + " rise " + c.rise + " fall " + c.fall);
-        EXPECT_EQ(rig->cmdSequence, c.queue);
+        EXPECT_EQ(rig->cmdSequence.join(QLatin1Char(' ')), QLatin1String(c.queue));
         EXPECT_EQ(rig->rampStep, c.rampStep);
         EXPECT_EQ(rig->rampTimer.period(), c.period);
         EXPECT_EQ(rig->fallTime, c.fallTime);
@@ -141,11 +121,8 @@ TEST(Ramp, TheRiseAndFallRuleAndTheFirstBlock) {
     addFav(rig, f);
     rig->playStimFavourite(0, false);
     EXPECT_TRUE(rig->cmdSequence.contains(QStringLiteral("M6")));
-    rig.advance(1000);
-    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("70%"));
-
+    EXPECT_EQ(labelsAfter(rig, {1000}), QStringList{"70%"});
     // A row that is not there fails, and the boundary reports it.
-    rig->favsList.setListIndex(-1);
     rig.boundary.run([&] { rig->playStimFavourite(5, false); });
     EXPECT_EQ(rig.boundary.reports().size(), 1);
 }
@@ -157,15 +134,14 @@ TEST(Ramp, StackOrderLetsTheFirstPairOvertakeTheBlockAtRiseTen) {
     Fav f;
     f.rise = QStringLiteral("10");
     addFav(rig, f);
-    const size_t mark = rig.serial.writes.size();
+    const size_t mark = rig.mark();
     const qint64 t0 = rig.clock.nowMs();
     rig->playStimFavourite(0, false);
     rig.advance(2500);
     // The tick at 1 s appends above the two level commands still queued, so they go last.
-    const std::vector<Sent> expected{{200, "L"},   {400, "M0"},  {600, "D60"}, {800, "C50"},
-                                     {1000, "B4"}, {1200, "A8"}, {1400, "B2"}, {1600, "A4"},
-                                     {2200, "B6"}, {2400, "A12"}};
-    EXPECT_EQ(sentSince(rig, mark, t0), expected);
+    EXPECT_EQ(sentSince(rig, mark, t0),
+              (std::vector<Sent>{{200, "L"}, {400, "M0"}, {600, "D60"}, {800, "C50"}, {1000, "B4"},
+                                 {1200, "A8"}, {1400, "B2"}, {1600, "A4"}, {2200, "B6"}, {2400, "A12"}}));
 
     // Rise 0: the levels go out whole and the rise takes two ticks of 1200 ms.
     Rig zero;
@@ -174,13 +150,11 @@ TEST(Ramp, StackOrderLetsTheFirstPairOvertakeTheBlockAtRiseTen) {
     f.rise = QStringLiteral("0");
     addFav(zero, f);
     zero->playStimFavourite(0, false);
-    zero.advance(2399);
+    EXPECT_EQ(labelsAfter(zero, {2399}), QStringList{"90%"});
     EXPECT_EQ(zero->rampTimer.mode(), Timer::Multiple);
-    EXPECT_EQ(zero->tickCounter.text(), QStringLiteral("90%"));
-    zero.advance(1);
+    EXPECT_EQ(labelsAfter(zero, {1}), QStringList{"100%"});
     EXPECT_EQ(zero->rampTimer.mode(), Timer::Off);
     EXPECT_EQ(zero->runTimer.mode(), Timer::Multiple);
-    EXPECT_EQ(zero->tickCounter.text(), QStringLiteral("100%"));
 }
 
 TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
@@ -189,11 +163,10 @@ TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
     addFav(rig, {});
     rig->gotoSelected.push();
     rig->playSelected.push();
-    EXPECT_EQ(rig.dialogs.messages,
-              (QStringList{QStringLiteral("Select a favourite setting first, then click Set"),
-                           QStringLiteral("Select a favourite setting first, then click Play")}));
+    EXPECT_EQ(rig.dialogs.messages, QStringList({"Select a favourite setting first, then click Set",
+                                                 "Select a favourite setting first, then click Play"}));
     rig->favsList.setListIndex(0);
-    const size_t mark = rig.serial.writes.size();
+    const size_t mark = rig.mark();
     rig->gotoSelected.push();
     rig.advance(30000);
     EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("DONE"));
@@ -207,12 +180,10 @@ TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
 
     // A master whose slave is one of ours hands it the whole go-to, cells as they stand.
     Rig master;
-    master.writePref(QStringLiteral("veltoprefs.ini"),
-                     QStringLiteral("mode=master\nhost=127.0.0.2\n"));
+    master.settings(QStringLiteral("mode=master\nhost=127.0.0.2\n"));
     master.connect();
     master->_activityToggle_Action();
-    master.remoteControl.peerConnects();
-    master.advance(1);
+    master.peerJoins(master.remoteControl);
     Fav f;
     f.rise = QStringLiteral("5");
     f.power = QStringLiteral("H");
@@ -221,18 +192,17 @@ TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
     master->advancedRemote = true;
     master.remoteControl.sent.clear();
     master->gotoSelected.push();
-    EXPECT_EQ(peerLines(master), QStringList{QStringLiteral(";goto=40,20,50,60,5,0,H")});
+    EXPECT_EQ(peerLines(master), QStringList{";goto=40,20,50,60,5,0,H"});
     EXPECT_FALSE(master->manualControl);
     EXPECT_EQ(master->rampTimer.mode(), Timer::Off);
-    EXPECT_TRUE(master.logLines().contains(
-        QStringLiteral("Sending remote command ;goto=40,20,50,60,5,0,H")));
+    EXPECT_TRUE(master.logLines().contains(QStringLiteral("Sending remote command ;goto=40,20,50,60,5,0,H")));
 
     // Without the extended language the go-to plays here and its commands go to the slave.
     master.remoteControl.sent.clear();
     master->advancedRemote = false;
     master->gotoSelected.push();
     master.advance(1300);
-    EXPECT_EQ(peerLines(master), (QStringList{"H", "M0", "D60", "C50", "B2", "A4"}));
+    EXPECT_EQ(peerLines(master), QStringList({"H", "M0", "D60", "C50", "B2", "A4"}));
 }
 
 TEST(Ramp, RunZeroCountsOnBelowZero) {
@@ -242,9 +212,8 @@ TEST(Ramp, RunZeroCountsOnBelowZero) {
     f.run = QStringLiteral("0");
     addFav(rig, f);
     rig->playStimFavourite(0, false);
-    rig.advance(30000 + 100000);
+    EXPECT_EQ(labelsAfter(rig, {130000}), QStringList{"-100"});
     EXPECT_EQ(rig->sequenceTicks, -100);
-    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("-100"));
     EXPECT_EQ(rig->runTimer.mode(), Timer::Multiple);
     EXPECT_EQ(rig->rampDown.mode(), Timer::Off);
     const QStringList lines = statusLines(rig);
@@ -261,10 +230,9 @@ TEST(Ramp, HaltOrANewFavouriteDuringAFall) {
     const qint64 t0 = rig.clock.nowMs();
     rig->playStimFavourite(0, false);
     rig.advance(213500);
-    size_t mark = rig.serial.writes.size();
+    size_t mark = rig.mark();
     rig->halt.push();
-    rig.advance(500);
-    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("DONE"));
+    EXPECT_EQ(labelsAfter(rig, {500}), QStringList{"DONE"});
     rig.advance(1500);
     EXPECT_EQ(sentSince(rig, mark, t0),
               (std::vector<Sent>{{214200, "B0"}, {214400, "A0"}, {214600, "B0"}, {214800, "A0"}}));
@@ -276,8 +244,7 @@ TEST(Ramp, HaltOrANewFavouriteDuringAFall) {
     two.connect();
     addFav(two, {});
     Fav next;
-    next.a = QStringLiteral("30");
-    next.b = QStringLiteral("30");
+    next.a = next.b = QStringLiteral("30");
     next.c = QStringLiteral("40");
     next.d = QStringLiteral("45");
     next.mode = QStringLiteral("Bounce");
@@ -285,27 +252,16 @@ TEST(Ramp, HaltOrANewFavouriteDuringAFall) {
     const qint64 s0 = two.clock.nowMs();
     two->playStimFavourite(0, false);
     two.advance(213500);
-    mark = two.serial.writes.size();
+    mark = two.mark();
     two->favsList.setListIndex(1);
     two->playSelected.push();
-    two.advance(500);
+    EXPECT_EQ(labelsAfter(two, {500, 2500}), QStringList({"DONE", "0%"}));
     EXPECT_EQ(two->rampDown.mode(), Timer::Off);
-    EXPECT_EQ(two->tickCounter.text(), QStringLiteral("DONE"));
-    two.advance(2500);
-    EXPECT_EQ(two->tickCounter.text(), QStringLiteral("0%"));
     two.advance(3500);
-    EXPECT_EQ(sentSince(two, mark, s0), (std::vector<Sent>{{213700, "L"},
-                                                           {213900, "M1"},
-                                                           {214100, "B0"},
-                                                           {214300, "A0"},
-                                                           {214500, "D45"},
-                                                           {214700, "C40"},
-                                                           {214900, "B3"},
-                                                           {215100, "A3"},
-                                                           {216700, "B3"},
-                                                           {216900, "A3"},
-                                                           {219700, "B6"},
-                                                           {219900, "A6"}}));
+    EXPECT_EQ(sentSince(two, mark, s0),
+              (std::vector<Sent>{{213700, "L"}, {213900, "M1"}, {214100, "B0"}, {214300, "A0"},
+                                 {214500, "D45"}, {214700, "C40"}, {214900, "B3"}, {215100, "A3"},
+                                 {216700, "B3"}, {216900, "A3"}, {219700, "B6"}, {219900, "A6"}}));
 }
 
 TEST(Ramp, LinesToAPeerInBothWordings) {
@@ -322,11 +278,8 @@ TEST(Ramp, LinesToAPeerInBothWordings) {
     rig.advance(20000);
     QStringList expected;
     for (int p = 10; p <= 100; p += 10) expected << QStringLiteral(";STATUS:percent=%1").arg(p);
-    expected << ";STATUS:percent=DONE"
-             << ";STATUS:countdown=1"
-             << ";STATUS:sequence=true"
-             << ";STATUS:countdown=0"
-             << ";STATUS:sequence=false";
+    expected << ";STATUS:percent=DONE" << ";STATUS:countdown=1" << ";STATUS:sequence=true"
+             << ";STATUS:countdown=0" << ";STATUS:sequence=false";
     for (int p = 90; p >= 0; p -= 10) expected << QStringLiteral(";STATUS:percent=%1").arg(p);
     expected << ";STATUS:percent=DONE";
     EXPECT_EQ(statusLines(rig), expected);
@@ -335,8 +288,7 @@ TEST(Ramp, LinesToAPeerInBothWordings) {
     rig.remoteControl.sent.clear();
     rig->randomLoop.push();
     rig.advance(1000);
-    EXPECT_EQ(statusLines(rig),
-              (QStringList{";STATUS:percent=10", ";STATUS:random=true", ";STATUS:loop=true"}));
+    EXPECT_EQ(statusLines(rig), QStringList({";STATUS:percent=10", ";STATUS:random=true", ";STATUS:loop=true"}));
 
     // The ";PROGRESS:" wording, with its suffixes.
     rig->useProgress = true;
@@ -344,14 +296,12 @@ TEST(Ramp, LinesToAPeerInBothWordings) {
     rig->randomLoop.push();
     rig.advance(1000);
     EXPECT_EQ(statusLines(rig), QStringList{";PROGRESS:RISING 10% (loop)"});
-    rig.advance(9000);
-    rig.advance(2000 + 500);
+    rig.advance(11500);
     const QStringList lines = statusLines(rig);
     EXPECT_TRUE(lines.contains(QStringLiteral(";PROGRESS:DONE")));
     EXPECT_EQ(lines.last(), QStringLiteral(";PROGRESS:FALLING 90% (loop)"));
     rig->randomStop.push();
     rig.advance(1000);  // the fall outlives the stop by one tick
-
     rig.remoteControl.sent.clear();
     rig->randomStart.push();
     rig.advance(1000);

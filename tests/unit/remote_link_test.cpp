@@ -22,11 +22,11 @@ TEST(RemoteLink, ASlaveGreetsForwardsDeviceLinesAndRelaysReplies) {
     EXPECT_EQ(s.peerLines().value(0), QStringLiteral(";STATUS:type=QTR,25"));
     EXPECT_EQ(s->adtimer.mode(), Timer::Off);
 
-    const size_t mark = s.serial.writes.size();
+    const size_t mark = s.mark();
     s.send("a55\r\n", 1);
     EXPECT_EQ(s->lastCmd.text(), QStringLiteral("A55\r\n"));  // until the box's reply passes
     s.advance(50);
-    EXPECT_EQ(s.deviceCommands(mark), QStringList{QStringLiteral("A55")});
+    EXPECT_EQ(s.commandsAfter(mark), QStringList{"A55"});
     EXPECT_EQ(s->channelA.value(), 55);
     EXPECT_EQ(s.peerLines().last(), QString::fromLatin1(s.box().statusLine()));
 
@@ -53,20 +53,23 @@ TEST(RemoteLink, ASlaveGreetsForwardsDeviceLinesAndRelaysReplies) {
 
 TEST(RemoteLink, TheIdleTimeoutStopsTheBoxButNotTheLink) {
     Slave s;
+    s->_activityToggle_Action();
     s.send("A30");
     ASSERT_EQ(s->slaveIdle.period(), 10000);
-    const size_t mark = s.serial.writes.size();
+    const size_t mark = s.mark();
     s.advance(9900);
-    EXPECT_EQ(s.deviceCommands(mark), QStringList{});
     s.send(";TIMEOUT=5");  // a line restarts the count, with the new period
     s.advance(4900);
-    EXPECT_EQ(s.deviceCommands(mark), QStringList{});
+    EXPECT_EQ(s.commandsAfter(mark), QStringList{});
     s.advance(200);
     EXPECT_EQ(s->errText.text(), QStringLiteral("Slave mode timeout"));
+    EXPECT_EQ(s->tickCounter.text(), QStringLiteral("STOP"));
     s.advance(500);
-    EXPECT_EQ(s.deviceCommands(mark), (QStringList{QStringLiteral("K"), QStringLiteral("K"), QStringLiteral("K")}));
+    EXPECT_EQ(s.commandsAfter(mark), QStringList({"K", "K", "K"}));
     EXPECT_TRUE(s.remoteControl.isConnected());
     EXPECT_EQ(s->channelA.value(), 0);
+    EXPECT_TRUE(s.logLines().contains(QStringLiteral("Slave mode timeout")));
+    EXPECT_TRUE(s.logLines().contains(QStringLiteral("STOP ALL")));
 
     // The next line clears the error; with overrideTimeout the timer is switched off.
     s->overrideTimeout = true;
@@ -85,10 +88,10 @@ TEST(RemoteLink, HttpRequestsFlipTheModeAndAreCheckedForJumps) {
     s.remoteControl.sent.clear();
 
     // A request: the path is the line, the answer is the next device reply behind a head.
-    size_t mark = s.serial.writes.size();
+    size_t mark = s.mark();
     s.send("GET /A55 HTTP/1.1\r\nHost: x\r\n\r\n");
     EXPECT_TRUE(s->httpSlave);
-    EXPECT_EQ(s.deviceCommands(mark), QStringList{QStringLiteral("S")});  // 15 above A: refused
+    EXPECT_EQ(s.commandsAfter(mark), QStringList{"S"});  // 15 above A: refused
     EXPECT_TRUE(s.logLines().contains(QStringLiteral("127.0.0.7 is using HTTP mode; switching")));
     EXPECT_EQ(QString::fromLatin1(s.remoteControl.sent),
               QStringLiteral("HTTP/1.0 200 OK\r\nAccess-Control-Allow-Origin: *\r\nConnection: close\r\n"
@@ -101,9 +104,9 @@ TEST(RemoteLink, HttpRequestsFlipTheModeAndAreCheckedForJumps) {
     // A jump of exactly 5 passes; CHECKS=OFF lets any jump through.
     s.remoteControl.peerConnects();
     s.advance(1);
-    mark = s.serial.writes.size();
+    mark = s.mark();
     s.send("GET /A45 HTTP/1.1\r\n\r\n");
-    EXPECT_EQ(s.deviceCommands(mark), QStringList{QStringLiteral("A45")});
+    EXPECT_EQ(s.commandsAfter(mark), QStringList{"A45"});
     for (const QByteArray& request : {QByteArray("GET /;CHECKS=OFF HTTP/1.1\r\n\r\n"), QByteArray("GET /A90 HTTP/1.1\r\n\r\n")}) {
         s.remoteControl.peerConnects();
         s.advance(1);
@@ -117,9 +120,9 @@ TEST(RemoteLink, HttpRequestsFlipTheModeAndAreCheckedForJumps) {
     s.advance(2600);
     s.remoteControl.peerConnects();
     s.advance(1);
-    mark = s.serial.writes.size();
+    mark = s.mark();
     s.send("GET /C90 HTTP/1.1\r\n\r\n");
-    EXPECT_EQ(s.deviceCommands(mark), QStringList{QStringLiteral("C90")});
+    EXPECT_EQ(s.commandsAfter(mark), QStringList{"C90"});
 
     // A plain line flips back to TCP, and says so while the log is on.
     s.remoteControl.peerConnects();
@@ -134,9 +137,9 @@ TEST(RemoteLink, HttpRequestsFlipTheModeAndAreCheckedForJumps) {
     // A request for "/" takes the rest of the line and a header to the device, as it stands.
     s.remoteControl.peerConnects();
     s.advance(1);
-    mark = s.serial.writes.size();
+    mark = s.mark();
     s.send("GET / HTTP/1.1\r\nHost: x\r\n\r\n");
-    EXPECT_EQ(s.deviceCommands(mark).mid(0, 2), (QStringList{QStringLiteral("HTTP/1.1"), QStringLiteral("\nHOST:")}));
+    EXPECT_EQ(s.commandsAfter(mark).mid(0, 2), QStringList({"HTTP/1.1", "\nHOST:"}));
 }
 
 TEST(RemoteLink, ASlaveListensAgainWheneverItsPeerGoes) {
@@ -155,7 +158,7 @@ TEST(RemoteLink, ASlaveListensAgainWheneverItsPeerGoes) {
     }
     // A master takes no action on a lost link.
     Rig m;
-    m.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("mode=master\nhost=127.0.0.1\n"));
+    m.settings(QStringLiteral("mode=master\nhost=127.0.0.1\n"));
     m.open();
     m->Connect.push();
     m.remoteControl.peerConnects();
@@ -168,7 +171,7 @@ TEST(RemoteLink, ASlaveListensAgainWheneverItsPeerGoes) {
 
 TEST(RemoteLink, AMasterMirrorsItsSlaveAndLearnsItsFavourites) {
     Rig m;
-    m.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("mode=master\nhost=127.0.0.1\n"));
+    m.settings(QStringLiteral("mode=master\nhost=127.0.0.1\n"));
     m.open();
     m->_activityToggle_Action();
     m->Connect.push();
@@ -262,7 +265,7 @@ TEST(RemoteLink, BadInputNeverStopsTheSlave) {
     Slave s;
     s.box().setLevelA(20);
     s.advance(2600);
-    const size_t mark = s.serial.writes.size();
+    const size_t mark = s.mark();
     s.send(QByteArray(1024 * 1024, 'Z'));                              // a line of 1 MB
     s.send(QByteArray("\x00\xff\xfe;\x01\x02garbage\x80", 12));         // binary garbage
     s.send(";GOTO=1,2");                                               // too few items
@@ -272,7 +275,7 @@ TEST(RemoteLink, BadInputNeverStopsTheSlave) {
     s.send("A25");
     EXPECT_EQ(s->channelA.value(), 25);
     EXPECT_TRUE(s.remoteControl.isConnected());
-    EXPECT_FALSE(s.deviceCommands(mark).isEmpty());
+    EXPECT_FALSE(s.commandsAfter(mark).isEmpty());
     // The idle time-out still stops the box after all that.
     s.advance(11000);
     EXPECT_EQ(s->errText.text(), QStringLiteral("Slave mode timeout"));

@@ -46,7 +46,7 @@ TEST(SaveWhole, AFailedWriteLeavesTheOldFileWhole) {
     EXPECT_FALSE(saved_);
     EXPECT_EQ(read(), QByteArray("old\n"));
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden),
-              QStringList{QStringLiteral("veltoprefs.ini")});
+              QStringList{"veltoprefs.ini"});
     // With room again the same save goes through.
     EXPECT_TRUE(saveWhole(path, big));
     EXPECT_EQ(read(), big);

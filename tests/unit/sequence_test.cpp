@@ -40,7 +40,7 @@ TEST(Sequence, TickedRowsPlayTopToBottomWithADipToZeroBetween) {
     addFav(rig, quick("Wave", "20"));
     addFav(rig, quick("Throb", "70", false));
     addFav(rig, quick("Milk", "30"));
-    size_t mark = rig.serial.writes.size();
+    size_t mark = rig.mark();
     qint64 t0 = rig.clock.nowMs();
     rig->createSequence.push();
     EXPECT_EQ(rig->randMode.text(), QStringLiteral("Sequence"));
@@ -57,26 +57,17 @@ TEST(Sequence, TickedRowsPlayTopToBottomWithADipToZeroBetween) {
     std::vector<Sent> joint;
     for (const Sent& s : sent)
         if (s.t > 26000 && s.t <= 28400) joint.push_back(s);
-    EXPECT_EQ(joint, (std::vector<Sent>{{26200, "L"},
-                                        {26400, "M5"},
-                                        {26600, "D60"},
-                                        {26800, "C50"},
-                                        {27000, "B2"},
-                                        {27200, "A2"},
-                                        {27400, "B0"},
-                                        {27600, "A0"},
-                                        {28200, "B4"},
-                                        {28400, "A4"}}));
+    EXPECT_EQ(joint, (std::vector<Sent>{{26200, "L"}, {26400, "M5"}, {26600, "D60"}, {26800, "C50"}, {27000, "B2"},
+                                        {27200, "A2"}, {27400, "B0"}, {27600, "A0"}, {28200, "B4"}, {28400, "A4"}}));
     // Only the last favourite sends its zeros twice.
     EXPECT_EQ(std::vector<Sent>(sent.end() - 4, sent.end()),
               (std::vector<Sent>{{78200, "B0"}, {78400, "A0"}, {78600, "B0"}, {78800, "A0"}}));
     EXPECT_EQ(rig->randMode.text(), QStringLiteral("Sequence"));  // kept until a resetAll
-    EXPECT_EQ(rig.logLines().filter(QStringLiteral("Sequence completed (no more commands)")).size(),
-              1);
+    EXPECT_EQ(rig.logLines().count(QStringLiteral("Sequence completed (no more commands)")), 1);
 
     // Order comes from the rows, and the ticks travel with them.
     rig->favsList.moveRow(4, 0);
-    mark = rig.serial.writes.size();
+    mark = rig.mark();
     rig->createSequence.push();
     rig.advance(80000);
     EXPECT_EQ(modesSent(sentSince(rig, mark, 0)), (QStringList{"M8", "M1", "M5"}));
@@ -85,7 +76,7 @@ TEST(Sequence, TickedRowsPlayTopToBottomWithADipToZeroBetween) {
     rig->seqAllOff();
     for (int row = 0; row < rig->favsList.listCount(); ++row)
         EXPECT_FALSE(rig->favsList.cellCheck(row, 4));
-    mark = rig.serial.writes.size();
+    mark = rig.mark();
     rig->createSequence.push();
     rig.advance(5000);
     EXPECT_TRUE(rig->randMode.text().isEmpty());
@@ -102,7 +93,7 @@ TEST(Sequence, MixedPowerAsksFirst) {
     EXPECT_FALSE(rig->cmdSequence.isEmpty());
 
     addFav(rig, quick("Wave", "10", true, "L"));
-    const size_t mark = rig.serial.writes.size();
+    const size_t mark = rig.mark();
     rig->createSequence.push();  // the scripted answer is Cancel
     EXPECT_EQ(rig.dialogs.messages,
               QStringList{"Warning: this sequence contains both High and Low power settings"});
@@ -127,7 +118,7 @@ TEST(Sequence, NoFallEndsTheSequenceWithAKill) {
     first.fall = QStringLiteral("4");
     addFav(rig, first);
     addFav(rig, quick("Bounce", "40"));
-    const size_t mark = rig.serial.writes.size();
+    const size_t mark = rig.mark();
     const qint64 t0 = rig.clock.nowMs();
     rig->createSequence.push();
     EXPECT_EQ(rig->fallTime, 0);
@@ -151,7 +142,7 @@ TEST(Sequence, StopSendsThreeKillsUnlessAFallIsUnderWay) {
     addFav(rig, quick("Bounce", "40"));
     rig->createSequence.push();
     rig.advance(5000);
-    size_t mark = rig.serial.writes.size();
+    size_t mark = rig.mark();
     qint64 t0 = rig.clock.nowMs();
     rig->sendStimData(QStringLiteral("K"));
     rig->playbackStop.push();
@@ -170,14 +161,10 @@ TEST(Sequence, StopSendsThreeKillsUnlessAFallIsUnderWay) {
     t0 = fall.clock.nowMs();
     fall->createSequence.push();
     fall.advance(22600);  // three tenths into the fall
-    mark = fall.serial.writes.size();
+    mark = fall.mark();
     fall->playbackStop.push();
     fall.advance(60000);
-    EXPECT_EQ(sentSince(fall, mark, t0), (std::vector<Sent>{{22800, "K"},
-                                                            {23000, "B0"},
-                                                            {23200, "A0"},
-                                                            {23400, "B0"},
-                                                            {23600, "A0"},
-                                                            {23800, "K"}}));
+    EXPECT_EQ(sentSince(fall, mark, t0), (std::vector<Sent>{{22800, "K"}, {23000, "B0"}, {23200, "A0"},
+                                                            {23400, "B0"}, {23600, "A0"}, {23800, "K"}}));
     EXPECT_EQ(fall->tickCounter.text(), QStringLiteral("DONE"));
 }

@@ -4,53 +4,30 @@
 
 #include <QDir>
 
+#include "platform/text.h"
 #include "support/rig.h"
 
 using namespace velto;
 
 TEST(Settings, EveryKeyReachesItsProperty) {
     Rig rig;
-    rig.writePref(QStringLiteral("veltoprefs.ini"),
-                  QString::fromLatin1("serial=/dev/ttyUSB3\n"
-                                 "port=7900\n"
-                                 "host=127.0.0.9\n"
-                                 "timeout=30\n"
-                                 "evocam=Cam 1\n"
-                                 "mode=master\n"
-                                 "evolink=true\n"
-                                 "autoadjust=false\n"
-                                 "http=TRUE\n"
-                                 "brokerid=me\n"
-                                 "brokerpin=1234\n"
-                                 "brokerprofile=Hello = world\n"
-                                 "usebroker=True\n"
-                                 "brokerauto=  peer  \n"
-                                 "brokeraccept= ann \n"
-                                 "brokeraccept=bob\n"
-                                 "brokerreject=eve\n"
-                                 "errorcorrection=true\n"
-                                 "favsfile=  ") +
-                      rig.prefPath(QStringLiteral("mine.qvf")) + QStringLiteral("  \n"));
+    const QString favs = rig.prefPath(QStringLiteral("mine.qvf"));
+    rig.settings(QStringLiteral("serial=/dev/ttyUSB3\nport=7900\nhost=127.0.0.9\ntimeout=30\nevocam=Cam 1\n"
+                                "mode=master\nevolink=true\nautoadjust=false\nhttp=TRUE\nbrokerid=me\n"
+                                "brokerpin=1234\nbrokerprofile=Hello = world\nusebroker=True\n"
+                                "brokerauto=  peer  \nbrokeraccept= ann \nbrokeraccept=bob\nbrokerreject=eve\n"
+                                "errorcorrection=true\nfavsfile=  ") + favs + QStringLiteral("  \n"));
     rig.open();
-    MainApp& app = *rig;
-    EXPECT_EQ(app.serialPortName, QStringLiteral("/dev/ttyUSB3"));
-    EXPECT_EQ(app.remotePort, 7900);
-    EXPECT_EQ(app.remoteHostname, QStringLiteral("127.0.0.9"));
-    EXPECT_EQ(app.slaveTimeout, 30);
-    EXPECT_EQ(app.evoCamName, QStringLiteral("Cam 1"));
-    EXPECT_EQ(app.systemMode, QStringLiteral("master"));
-    EXPECT_TRUE(app.updateEvocam);
-    EXPECT_FALSE(app.autoAdjust);
-    EXPECT_TRUE(app.httpSlave);
-    EXPECT_EQ(app.brokerID, QStringLiteral("me"));
-    EXPECT_EQ(app.brokerPIN, QStringLiteral("1234"));
-    EXPECT_EQ(app.brokerProfile, QStringLiteral("Hello "));  // cut at the second "="
-    EXPECT_TRUE(app.useBroker);
-    EXPECT_EQ(app.brokerauto, QStringLiteral("peer"));
-    EXPECT_EQ(app.brokerAccept, (QStringList{QStringLiteral("ann"), QStringLiteral("bob")}));
-    EXPECT_EQ(app.brokerReject, QStringList{QStringLiteral("eve")});
-    EXPECT_TRUE(app.checkResponses);
-    EXPECT_EQ(app.App.favsName, rig.prefPath(QStringLiteral("mine.qvf")));
+    const MainApp& a = *rig;
+    // The profile is cut at the second "="; names are trimmed.
+    EXPECT_EQ(QStringList({a.serialPortName, Str(a.remotePort), a.remoteHostname, Str(a.slaveTimeout),
+                           a.evoCamName, a.systemMode, a.brokerID, a.brokerPIN, a.brokerProfile, a.brokerauto,
+                           a.brokerAccept.join(QLatin1Char('|')), a.brokerReject.join(QLatin1Char('|')),
+                           a.App.favsName}),
+              QStringList({"/dev/ttyUSB3", "7900", "127.0.0.9", "30", "Cam 1", "master", "me", "1234", "Hello ",
+                           "peer", "ann|bob", "eve", favs}));
+    EXPECT_EQ(QList<bool>({a.updateEvocam, a.autoAdjust, a.httpSlave, a.useBroker, a.checkResponses}),
+              QList<bool>({true, false, true, true, true}));
     // Nothing connects at start-up, whatever the mode.
     EXPECT_EQ(rig.remoteControl.connects + rig.remoteControl.listens + rig.serial.opens, 0);
 }
@@ -81,7 +58,7 @@ TEST(Settings, OddLinesAreReadAsTheFormatSays) {
     }
     // A known key without "=" reads past the end of the line: the failure goes to the boundary.
     Rig rig;
-    rig.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("port=7001\nhost\nport=7002\n"));
+    rig.settings(QStringLiteral("port=7001\nhost\nport=7002\n"));
     rig.boundary.run([&] { rig.open(); });
     EXPECT_EQ(rig->remotePort, 7001);
     ASSERT_EQ(rig.boundary.reports().size(), 1);
@@ -116,7 +93,7 @@ TEST(Startup, TheFavouritesFileIsChosenFromTheSettings) {
     {  // A path that names no file: its name in the title, no message.
         Rig rig;
         const QString path = rig.prefPath(QStringLiteral("later.qvf"));
-        rig.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("favsfile=") + path + QLatin1Char('\n'));
+        rig.settings(QStringLiteral("favsfile=") + path + QLatin1Char('\n'));
         rig.open();
         EXPECT_EQ(rig->window.title(), QStringLiteral("Velto Control/Server for OS X - later.qvf"));
         EXPECT_EQ(rig->App.favsName, path);
@@ -125,17 +102,17 @@ TEST(Startup, TheFavouritesFileIsChosenFromTheSettings) {
     for (const QString& bad : {QString(), QStringLiteral("relative/name.qvf"),
                                QStringLiteral("/no/such/folder/at/all/x.qvf")}) {
         Rig rig;
-        rig.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("favsfile=") + bad + QLatin1Char('\n'));
+        rig.settings(QStringLiteral("favsfile=") + bad + QLatin1Char('\n'));
         rig.open();
         EXPECT_EQ(rig.dialogs.messages,
-                  QStringList{QStringLiteral("Can't find the requested favourites file. Using default")})
+                  QStringList{"Can't find the requested favourites file. Using default"})
             << bad.toStdString();
         EXPECT_EQ(rig->App.favsName, QStringLiteral("veltofavourites.ini"));
         EXPECT_EQ(rig->window.title(), QStringLiteral("Velto Control/Server for OS X"));
     }
     {  // The default name in any case is the default.
         Rig rig;
-        rig.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("favsfile=VeltoFavourites.INI\n"));
+        rig.settings(QStringLiteral("favsfile=VeltoFavourites.INI\n"));
         rig.open();
         EXPECT_TRUE(rig.dialogs.messages.isEmpty());
         EXPECT_EQ(rig->window.title(), QStringLiteral("Velto Control/Server for OS X"));
@@ -144,7 +121,7 @@ TEST(Startup, TheFavouritesFileIsChosenFromTheSettings) {
 
 TEST(Startup, ASlaveFromTheSettingsListensOnlyAfterConnect) {
     Rig rig;
-    rig.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("mode=slave\n"));
+    rig.settings(QStringLiteral("mode=slave\n"));
     rig.open();
     rig.advance(10000);
     EXPECT_FALSE(rig.remoteControl.isListening());
