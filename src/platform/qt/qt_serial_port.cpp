@@ -4,9 +4,27 @@
 #include <QSerialPort>
 #include <QSerialPortInfo>
 
+#ifdef Q_OS_UNIX
+#include <poll.h>
+#endif
+
 namespace velto {
 
 namespace {
+
+// Whether the line behind an open port has hung up. A read notification whose bytes were taken
+// already (a wait for bytes written reads too) finds nothing: the read fails with EAGAIN, which
+// Qt reports as the same ResourceError as a vanished device. Only the system can tell them apart.
+bool hungUp(QSerialPort& port) {
+#ifdef Q_OS_UNIX
+    pollfd line{static_cast<int>(port.handle()), POLLIN, 0};
+    return ::poll(&line, 1, 0) < 0 || (line.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
+#else
+    Q_UNUSED(port);
+    return true;
+#endif
+}
+
 // Long enough for a few bytes at 9600 baud on a busy machine; a line that takes longer is
 // stuck, and the system goes on without waiting for it.
 constexpr int kXmitTimeoutMs = 1000;
@@ -19,9 +37,9 @@ QtSerialPort::QtSerialPort() : port_(std::make_unique<QSerialPort>()) {
     QObject::connect(port_.get(), &QSerialPort::errorOccurred, port_.get(),
                      [this](QSerialPort::SerialPortError error) {
                          // A read that finds the line hung up is the device going away too.
-                         if (port_->isOpen() && (error == QSerialPort::ResourceError ||
-                                                 error == QSerialPort::ReadError))
-                             failed();
+                         const bool readFailed = error == QSerialPort::ResourceError ||
+                                                 error == QSerialPort::ReadError;
+                         if (port_->isOpen() && readFailed && hungUp(*port_)) failed();
                      });
 }
 
