@@ -36,7 +36,7 @@ TEST(Bounds, LongReadsAndCommandsNeverReachTheBoxAndLogOncePerPeer) {
         QStringLiteral("A") + QString(62, QLatin1Char('0')) + QStringLiteral("5");
     s.send(longest.toLatin1());
     s.send("a30\r\n", 50);
-    EXPECT_EQ(s.deviceCommands(mark), (QStringList{longest, QStringLiteral("A30")}));
+    EXPECT_EQ(s.commandsAfter(mark), (QStringList{longest, QStringLiteral("A30")}));
     EXPECT_EQ(s->channelA.value(), 30);
     EXPECT_EQ(s->slaveTimeout, 600);
     // Each bound logs its first act only.
@@ -113,7 +113,7 @@ TEST(Bounds, APeerThatLeavesOneMebibyteUnreadIsDisconnectedAndTheBoxStops) {
                                 "127.0.0.7 left more than 1 MiB of output unread: disconnected")),
                   1);
         s.advance(500);
-        EXPECT_TRUE(s.deviceCommands(mark).contains(QStringLiteral("K")));
+        EXPECT_TRUE(s.commandsAfter(mark).contains(QStringLiteral("K")));
         EXPECT_EQ(s.box().levelA(), 0);
     }
 }
@@ -138,8 +138,8 @@ TEST(Bounds, NumbersFromPeersFilesAndFieldsSaturateInsteadOfWrapping) {
         s.remoteControl.peerConnects();  // one request a connection
         s.send(request, 300);
     }
-    EXPECT_EQ(s.deviceCommands(0).filter(QStringLiteral("E30")), QStringList());
-    EXPECT_EQ(s.deviceCommands(0).count(QStringLiteral("S")), 2);
+    EXPECT_EQ(s.commandsAfter(0).filter(QStringLiteral("E30")), QStringList());
+    EXPECT_EQ(s.commandsAfter(0).count(QStringLiteral("S")), 2);
 
     // Moves: relative past the range, and to a favourite's level below it.
     const Fav huge{.rise = QStringLiteral("-1E30"),

@@ -99,7 +99,7 @@ TEST(Safety, NoSourcePassesTheCapsAndTheFirstCapOfEachIsLogged) {
         s.send("J1\r\n");
         s.send("A90\r\n");
         s.send("A95\r\n", 5000);
-        const QStringList levels = s.deviceCommands(0).filter(QStringLiteral("A"));
+        const QStringList levels = s.commandsAfter(0).filter(QStringLiteral("A"));
         EXPECT_EQ(levels.count(QStringLiteral("A20")), levels.size());
         EXPECT_LE(levels.size(), 3);  // a poll reply that overtakes may cost one repeat, no more
         EXPECT_EQ(s.logLines().filter(QStringLiteral("Level capped")).size(), 1);
