@@ -26,7 +26,7 @@ Preferences Preferences::platformDefault() {
 #elif defined(Q_OS_WIN)
     const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
 #else
-    // A relative XDG_CONFIG_HOME is invalid and is ignored, as the specification says.
+    // A relative XDG_CONFIG_HOME is invalid and is ignored, as the XDG base directory rules say.
     QString base = qEnvironmentVariable("XDG_CONFIG_HOME");
     if (QDir::isRelativePath(base)) base = QDir::homePath() + QStringLiteral("/.config");
     const QString folder = base + QStringLiteral("/velto");
