@@ -307,13 +307,13 @@ public:
 
     // ---- Bounds on what peers can make the program do (remote/peer_limits.cpp) ---------------
     /// A read from a peer longer than this is no line: it is dropped whole.
-    static constexpr qsizetype kMaxPeerRead = 4 * 1024;
+    static constexpr qsizetype kMaxPeerRead = qsizetype{4} * 1024;
     /// A device command longer than this is not sent to the box.
     static constexpr qsizetype kMaxDeviceCommand = 64;
     /// An HTTP client that has sent no request this long after connecting is disconnected.
     static constexpr qint64 kRequestWaitMs = 10'000;
     /// A peer that leaves more output than this unread is disconnected.
-    static constexpr qint64 kMaxPeerBacklog = 1024 * 1024;
+    static constexpr qint64 kMaxPeerBacklog = qint64{1024} * 1024;
     /// Runs from an HTTP client's connection to its request.
     Timer requestWait;
     void requestWait_Action();
