@@ -93,7 +93,7 @@ void MainApp::BevelButton1_Action() {
 
 namespace {
 QString takeRow(Listbox& list, int row) {
-    const QString text = list.cell(row, 0);
+    QString text = list.cell(row, 0);
     list.removeRow(row);
     return text;
 }
