@@ -14,17 +14,12 @@
 
 #include "platform/qt/keep_alive.h"
 #include "platform/qt/qt_tcp_socket.h"
+#include "support/free_port.h"
 #include "support/run_until.h"
 
 using namespace velto;
 
 namespace {
-
-quint16 freePort() {
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    return probe.serverPort();
-}
 
 /// The headless program as a slave on `port` (no box: Connect only listens), its output kept.
 struct HeadlessSlave {

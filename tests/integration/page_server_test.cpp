@@ -11,6 +11,7 @@
 
 #include "remote/page_server.h"
 #include "support/rig.h"
+#include "support/free_port.h"
 #include "support/run_until.h"
 
 using namespace velto;
@@ -140,10 +141,8 @@ TEST(PageServer, IdleClientsAreCappedAndDroppedAtTheirOwnDeadline) {
 }
 
 TEST(PageServer, ASlaveServesThePageOnThePortAboveItsOwnOnlyWhenAsked) {
-    QTcpServer probe;
-    ASSERT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
-    const quint16 free = probe.serverPort();
-    probe.close();
+    const quint16 free = freePort();
+    ASSERT_NE(free, 0);
     const QString port = QStringLiteral("port=%1\n").arg(free - 1);
     const struct {
         QString settings;

@@ -20,6 +20,7 @@
 #include "platform/fake/scripted_dialogs.h"
 #include "platform/qt/qt_clock.h"
 #include "platform/qt/qt_serial_port.h"
+#include "support/free_port.h"
 #include "support/run_until.h"
 
 using namespace velto;
@@ -211,10 +212,7 @@ TEST(Program, WithoutHeadlessItOpensItsWindowThroughTheWindowProgram) {
 TEST(Program, ASlaveKeepsItsLineAliveWhenAPeerStopsARisingFavouriteAtOnce) {
     Sim sim({});
     ASSERT_FALSE(sim.path.isEmpty());
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    const quint16 port = probe.serverPort();
-    probe.close();
+    const quint16 port = freePort();
     QTemporaryDir prefs;
     writeSettings(prefs, QStringLiteral("serial=%1\nmode=slave\nport=%2\n").arg(sim.path).arg(port));
     QProcess velto;

@@ -9,17 +9,12 @@
 #include <QTcpSocket>
 
 #include "support/live_app.h"
+#include "support/free_port.h"
 #include "support/run_until.h"
 
 using namespace velto;
 
 namespace {
-
-quint16 freePort() {
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    return probe.serverPort();
-}
 
 bool waitFor(const std::function<bool()>& done, int timeoutMs = 5000) { return runUntil(done, timeoutMs); }
 
