@@ -18,9 +18,7 @@ struct Sent {
     bool operator==(const Sent& o) const { return t == o.t && cmd == o.cmd; }
 };
 
-inline void PrintTo(const Sent& s, std::ostream* os) {
-    *os << s.t << ":" << s.cmd.toStdString();
-}
+inline void PrintTo(const Sent& s, std::ostream* os) { *os << s.t << ":" << s.cmd.toStdString(); }
 
 /// Commands written since write `mark`, timed from `t0`; the "V" polls are left out.
 inline std::vector<Sent> sentSince(const Rig& rig, size_t mark, qint64 t0) {
@@ -35,6 +33,16 @@ inline std::vector<Sent> sentSince(const Rig& rig, size_t mark, qint64 t0) {
 inline QStringList commandsOnly(const std::vector<Sent>& sent) {
     QStringList out;
     for (const Sent& s : sent) out.append(s.cmd);
+    return out;
+}
+
+/// The tick counter's text after each of the steps, `ms` apart from the last.
+inline QStringList labelsAfter(Rig& rig, const std::vector<qint64>& steps) {
+    QStringList out;
+    for (qint64 ms : steps) {
+        rig.advance(ms);
+        out << rig->tickCounter.text();
+    }
     return out;
 }
 
@@ -56,10 +64,25 @@ inline int addFav(Rig& rig, const Fav& f) {
     return row;
 }
 
+/// A Rig connected to its box, for playback: `fromNow()` marks where `sent()` starts.
+struct Player : Rig {
+    explicit Player(bool logging = false, bool autoAdjust = true) {
+        connect();
+        if (logging) app->_activityToggle_Action();
+        app->autoAdjust = autoAdjust;
+    }
+    void add(std::initializer_list<Fav> favs) {
+        for (const Fav& f : favs) addFav(*this, f);
+    }
+    void fromNow() { from = mark(), t0 = clock.nowMs(); }
+    std::vector<Sent> sent() const { return sentSince(*this, from, t0); }
+    size_t from = 0;
+    qint64 t0 = 0;
+};
+
 /// Lines the peer received on the direct link, without their CR LF.
 inline QStringList peerLines(const Rig& rig) {
-    return QString::fromUtf8(rig.remoteControl.sent)
-        .split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+    return QString::fromUtf8(rig.remoteControl.sent).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
 }
 
 /// The extended lines among them (the relayed status replies left out).
@@ -69,7 +92,7 @@ inline QStringList statusLines(const Rig& rig) {
 
 /// A connected slave with a peer on the direct link, so that playback reports to it.
 inline void connectSlaveWithPeer(Rig& rig) {
-    rig.writePref(QStringLiteral("veltoprefs.ini"), QStringLiteral("mode=slave\n"));
+    rig.settings(QStringLiteral("mode=slave\n"));
     rig.connect();
     rig.remoteControl.peerConnects();
     rig.advance(1);

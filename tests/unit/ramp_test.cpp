@@ -7,38 +7,18 @@
 
 using namespace velto;
 using namespace velto::playback_test;
-
-namespace {
-
-// The tick counter's text after each of the steps, `ms` apart from the last.
-QStringList labelsAfter(Rig& rig, const std::vector<qint64>& steps) {
-    QStringList out;
-    for (qint64 ms : steps) {
-        rig.advance(ms);
-        out << rig->tickCounter.text();
-    }
-    return out;
-}
-
-}  // namespace
+using namespace Qt::StringLiterals;
 
 TEST(Ramp, TheWorkedCaseCommandByCommand) {
-    Rig rig;
-    rig.connect();
-    rig->_activityToggle_Action();
-    addFav(rig, {});  // A 40, B 20, Rise 30, Run 180, Fall 10, Pulse, low; C 50, D 60
+    Player rig(true);
+    rig.add({{}});  // A 40, B 20, Rise 30, Run 180, Fall 10, Pulse, low; C 50, D 60
     rig->favsList.setListIndex(0);
-    const size_t mark = rig.mark();
-    const qint64 t0 = rig.clock.nowMs();
+    rig.fromNow();
     rig->playSelected.push();
-    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("RISE"));
-    EXPECT_EQ(rig->rampTimer.period(), 3000);
-    EXPECT_EQ(labelsAfter(rig, {3000, 24000, 3000}), QStringList({"10%", "90%", "100%"}));
-    EXPECT_EQ(rig->sequenceTicks, 180);
-    EXPECT_EQ(labelsAfter(rig, {1000, 179000}), QStringList({"179", "FALL"}));
-    EXPECT_EQ(rig->rampDown.period(), 1000);
-    EXPECT_EQ(labelsAfter(rig, {1000, 9000}), QStringList({"90%", "DONE"}));
-    rig.advance(3000);  // then the run clock takes the label over
+    EXPECT_EQ(rig->tickCounter.text(), "RISE");
+    EXPECT_EQ(labelsAfter(rig, {3000, 24000, 3000, 1000, 179000, 1000, 9000}),
+              QStringList({"10%", "90%", "100%", "179", "FALL", "90%", "DONE"}));
+    rig.advance(3000);
 
     // clang-format off
     const std::vector<Sent> expected{
@@ -57,17 +37,15 @@ TEST(Ramp, TheWorkedCaseCommandByCommand) {
         // Zero, and zero again as the single favourite ends.
         {220200, "B0"}, {220400, "A0"}, {220600, "B0"}, {220800, "A0"}};
     // clang-format on
-    EXPECT_EQ(sentSince(rig, mark, t0), expected);
-    EXPECT_TRUE(rig->seqComplete);
-    EXPECT_TRUE(rig->manualControl);
+    EXPECT_EQ(rig.sent(), expected);
+    EXPECT_TRUE(rig->seqComplete && rig->manualControl);
     EXPECT_EQ(rig->seqTimer.mode(), Timer::Off);
     EXPECT_EQ(rig->rampDown.mode(), Timer::Off);
     const QStringList log = rig.logLines();
-    for (const char* line :
-         {"Setting to target levels", "Ramp step  1", "Next commands A 8 B4", "Target levels set",
-          "Commands in buffer : 1", "Reducing levels", "rampstep 0 reached", "Playback done",
-          "Sequence completed (no more commands)"})
-        EXPECT_TRUE(log.contains(QLatin1String(line))) << line;
+    for (const char* line : {"Setting to target levels", "Ramp step  1", "Next commands A 8 B4",
+                             "Target levels set", "Commands in buffer : 1", "Reducing levels",
+                             "rampstep 0 reached", "Playback done", "Sequence completed (no more commands)"})
+        EXPECT_TRUE(log.contains(line)) << line;
 }
 
 TEST(Ramp, TheRiseAndFallRuleAndTheFirstBlock) {
@@ -93,19 +71,12 @@ TEST(Ramp, TheRiseAndFallRuleAndTheFirstBlock) {
         Rig rig;
         rig.open();
         rig->autoAdjust = c.autoAdjust;
-        Fav f;
-        f.a = QLatin1String(c.a);
-        f.b = QLatin1String(c.b);
-        f.rise = QLatin1String(c.rise);
-        f.fall = QLatin1String(c.fall);
-        f.mode = QLatin1String(c.mode);
-        addFav(rig, f);
+        addFav(rig, {.rise = c.rise, .fall = c.fall, .mode = c.mode, .a = c.a, .b = c.b});
         rig->playStimFavourite(0, false);
-        SCOPED_TRACE(std::string(c.a) + "/" + c.b + " rise " + c.rise + " fall " + c.fall);
-        EXPECT_EQ(rig->cmdSequence.join(QLatin1Char(' ')), QLatin1String(c.queue));
-        EXPECT_EQ(rig->rampStep, c.rampStep);
-        EXPECT_EQ(rig->rampTimer.period(), c.period);
-        EXPECT_EQ(rig->fallTime, c.fallTime);
+        const std::string row = std::string(c.a) + "/" + c.b + " rise " + c.rise + " fall " + c.fall;
+        EXPECT_EQ(rig->cmdSequence.join(u' '), c.queue) << row;
+        EXPECT_EQ(QList<qint64>({rig->rampStep, rig->rampTimer.period(), rig->fallTime}),
+                  QList<qint64>({c.rampStep, c.period, c.fallTime})) << row;
         EXPECT_EQ(rig->favsList.listIndex(), 0);
         EXPECT_FALSE(rig->manualControl);
     }
@@ -115,12 +86,9 @@ TEST(Ramp, TheRiseAndFallRuleAndTheFirstBlock) {
     rig.open();
     rig->autoAdjust = false;
     rig->firmwareVersion = 2119;
-    Fav f;
-    f.rise = QStringLiteral("3");
-    f.mode = QStringLiteral("Wave");
-    addFav(rig, f);
+    addFav(rig, {.rise = "3", .mode = "Wave"});
     rig->playStimFavourite(0, false);
-    EXPECT_TRUE(rig->cmdSequence.contains(QStringLiteral("M6")));
+    EXPECT_TRUE(rig->cmdSequence.contains("M6"));
     EXPECT_EQ(labelsAfter(rig, {1000}), QStringList{"70%"});
     // A row that is not there fails, and the boundary reports it.
     rig.boundary.run([&] { rig->playStimFavourite(5, false); });
@@ -128,66 +96,44 @@ TEST(Ramp, TheRiseAndFallRuleAndTheFirstBlock) {
 }
 
 TEST(Ramp, StackOrderLetsTheFirstPairOvertakeTheBlockAtRiseTen) {
-    Rig rig;
-    rig.connect();
-    rig->autoAdjust = false;
-    Fav f;
-    f.rise = QStringLiteral("10");
-    addFav(rig, f);
-    const size_t mark = rig.mark();
-    const qint64 t0 = rig.clock.nowMs();
+    Player rig(false, false);
+    rig.add({{.rise = "10"}});
+    rig.fromNow();
     rig->playStimFavourite(0, false);
     rig.advance(2500);
     // The tick at 1 s appends above the two level commands still queued, so they go last.
-    EXPECT_EQ(sentSince(rig, mark, t0),
+    EXPECT_EQ(rig.sent(),
               (std::vector<Sent>{{200, "L"}, {400, "M0"}, {600, "D60"}, {800, "C50"}, {1000, "B4"},
                                  {1200, "A8"}, {1400, "B2"}, {1600, "A4"}, {2200, "B6"}, {2400, "A12"}}));
-
-    // Rise 0: the levels go out whole and the rise takes two ticks of 1200 ms.
-    Rig zero;
-    zero.connect();
-    zero->autoAdjust = false;
-    f.rise = QStringLiteral("0");
-    addFav(zero, f);
-    zero->playStimFavourite(0, false);
-    EXPECT_EQ(labelsAfter(zero, {2399}), QStringList{"90%"});
-    EXPECT_EQ(zero->rampTimer.mode(), Timer::Multiple);
-    EXPECT_EQ(labelsAfter(zero, {1}), QStringList{"100%"});
-    EXPECT_EQ(zero->rampTimer.mode(), Timer::Off);
-    EXPECT_EQ(zero->runTimer.mode(), Timer::Multiple);
 }
 
 TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
-    Rig rig;
-    rig.connect();
-    addFav(rig, {});
+    Player rig;
+    rig.add({{}});
     rig->gotoSelected.push();
     rig->playSelected.push();
     EXPECT_EQ(rig.dialogs.messages, QStringList({"Select a favourite setting first, then click Set",
                                                  "Select a favourite setting first, then click Play"}));
     rig->favsList.setListIndex(0);
-    const size_t mark = rig.mark();
+    rig.fromNow();
     rig->gotoSelected.push();
     rig.advance(30000);
-    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("DONE"));
+    EXPECT_EQ(rig->tickCounter.text(), "DONE");
     EXPECT_TRUE(rig->manualControl);
     EXPECT_EQ(rig->elapsedTimer.mode(), Timer::Multiple);
     EXPECT_EQ(rig->runTimer.mode(), Timer::Off);
     rig.advance(200000);
-    const QStringList sent = commandsOnly(sentSince(rig, mark, 0));
-    EXPECT_EQ(sent.last(), QStringLiteral("A40"));
-    EXPECT_FALSE(sent.contains(QStringLiteral("A0")));
+    const QStringList sent = commandsOnly(rig.sent());
+    EXPECT_EQ(sent.last(), "A40");
+    EXPECT_FALSE(sent.contains("A0"));
 
     // A master whose slave is one of ours hands it the whole go-to, cells as they stand.
     Rig master;
-    master.settings(QStringLiteral("mode=master\nhost=127.0.0.2\n"));
+    master.settings("mode=master\nhost=127.0.0.2\n");
     master.connect();
     master->_activityToggle_Action();
     master.peerJoins(master.remoteControl);
-    Fav f;
-    f.rise = QStringLiteral("5");
-    f.power = QStringLiteral("H");
-    addFav(master, f);
+    addFav(master, {.rise = "5", .power = "H"});
     master->favsList.setListIndex(0);
     master->advancedRemote = true;
     master.remoteControl.sent.clear();
@@ -195,7 +141,7 @@ TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
     EXPECT_EQ(peerLines(master), QStringList{";goto=40,20,50,60,5,0,H"});
     EXPECT_FALSE(master->manualControl);
     EXPECT_EQ(master->rampTimer.mode(), Timer::Off);
-    EXPECT_TRUE(master.logLines().contains(QStringLiteral("Sending remote command ;goto=40,20,50,60,5,0,H")));
+    EXPECT_TRUE(master.logLines().contains("Sending remote command ;goto=40,20,50,60,5,0,H"));
 
     // Without the extended language the go-to plays here and its commands go to the slave.
     master.remoteControl.sent.clear();
@@ -208,79 +154,65 @@ TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
 TEST(Ramp, RunZeroCountsOnBelowZero) {
     Rig rig;
     connectSlaveWithPeer(rig);
-    Fav f;
-    f.run = QStringLiteral("0");
-    addFav(rig, f);
+    addFav(rig, {.run = "0"});
     rig->playStimFavourite(0, false);
     EXPECT_EQ(labelsAfter(rig, {130000}), QStringList{"-100"});
     EXPECT_EQ(rig->sequenceTicks, -100);
     EXPECT_EQ(rig->runTimer.mode(), Timer::Multiple);
     EXPECT_EQ(rig->rampDown.mode(), Timer::Off);
     const QStringList lines = statusLines(rig);
-    const qsizetype first = lines.indexOf(QStringLiteral(";STATUS:countdown=-1"));
+    const qsizetype first = lines.indexOf(";STATUS:countdown=-1");
     ASSERT_GE(first, 0);
-    EXPECT_EQ(lines.at(first + 1), QStringLiteral(";STATUS:sequence=true"));
+    EXPECT_EQ(lines.at(first + 1), ";STATUS:sequence=true");
 }
 
 TEST(Ramp, HaltOrANewFavouriteDuringAFall) {
     // Halt leaves the fall running; its next tick finds rampStep 1 and ends at zero, twice.
-    Rig rig;
-    rig.connect();
-    addFav(rig, {});
-    const qint64 t0 = rig.clock.nowMs();
-    rig->playStimFavourite(0, false);
-    rig.advance(213500);
-    size_t mark = rig.mark();
-    rig->halt.push();
-    EXPECT_EQ(labelsAfter(rig, {500}), QStringList{"DONE"});
-    rig.advance(1500);
-    EXPECT_EQ(sentSince(rig, mark, t0),
-              (std::vector<Sent>{{214200, "B0"}, {214400, "A0"}, {214600, "B0"}, {214800, "A0"}}));
-    EXPECT_EQ(rig->rampDown.mode(), Timer::Off);
-
-    // A new favourite during a fall: both timers count rampStep until the fall reaches zero,
-    // and the new rise starts again from 0%.
-    Rig two;
-    two.connect();
-    addFav(two, {});
-    Fav next;
-    next.a = next.b = QStringLiteral("30");
-    next.c = QStringLiteral("40");
-    next.d = QStringLiteral("45");
-    next.mode = QStringLiteral("Bounce");
-    addFav(two, next);
-    const qint64 s0 = two.clock.nowMs();
-    two->playStimFavourite(0, false);
-    two.advance(213500);
-    mark = two.mark();
-    two->favsList.setListIndex(1);
-    two->playSelected.push();
-    EXPECT_EQ(labelsAfter(two, {500, 2500}), QStringList({"DONE", "0%"}));
-    EXPECT_EQ(two->rampDown.mode(), Timer::Off);
-    two.advance(3500);
-    EXPECT_EQ(sentSince(two, mark, s0),
-              (std::vector<Sent>{{213700, "L"}, {213900, "M1"}, {214100, "B0"}, {214300, "A0"},
-                                 {214500, "D45"}, {214700, "C40"}, {214900, "B3"}, {215100, "A3"},
-                                 {216700, "B3"}, {216900, "A3"}, {219700, "B6"}, {219900, "A6"}}));
+    // A new favourite instead: both timers count rampStep until the fall reaches zero, and the
+    // new rise starts again from 0%.
+    const Fav next{.mode = "Bounce", .a = "30", .b = "30", .c = "40", .d = "45"};
+    const struct {
+        bool halt;
+        std::vector<Sent> sent;  // from the start of the first favourite
+    } cases[] = {{true, {{214200, "B0"}, {214400, "A0"}, {214600, "B0"}, {214800, "A0"}}},
+                 {false, {{213700, "L"}, {213900, "M1"}, {214100, "B0"}, {214300, "A0"}, {214500, "D45"},
+                          {214700, "C40"}, {214900, "B3"}, {215100, "A3"}, {216700, "B3"}, {216900, "A3"},
+                          {219700, "B6"}, {219900, "A6"}}}};
+    for (const auto& c : cases) {
+        Player rig;
+        rig.add({{}, next});
+        rig.fromNow();
+        rig->playStimFavourite(0, false);
+        rig.advance(213500);
+        rig.from = rig.mark();
+        if (c.halt) {
+            rig->halt.push();
+        } else {
+            rig->favsList.setListIndex(1);
+            rig->playSelected.push();
+        }
+        EXPECT_EQ(labelsAfter(rig, {500}), QStringList{"DONE"});
+        if (!c.halt) {
+            EXPECT_EQ(labelsAfter(rig, {2500}), QStringList{"0%"});
+        }
+        rig.advance(c.halt ? 1500 : 3500);
+        EXPECT_EQ(rig->rampDown.mode(), Timer::Off);
+        EXPECT_EQ(rig.sent(), c.sent) << c.halt;
+    }
 }
 
 TEST(Ramp, LinesToAPeerInBothWordings) {
-    // The ";STATUS:" wording, the one in use.
     Rig rig;
     connectSlaveWithPeer(rig);
     rig->autoAdjust = false;
-    Fav f;
-    f.rise = QStringLiteral("10");
-    f.run = QStringLiteral("2");
-    f.fall = QStringLiteral("5");
-    addFav(rig, f);
+    addFav(rig, {.rise = "10", .run = "2", .fall = "5"});
     rig->playStimFavourite(0, false);
     rig.advance(20000);
     QStringList expected;
-    for (int p = 10; p <= 100; p += 10) expected << QStringLiteral(";STATUS:percent=%1").arg(p);
+    for (int p = 10; p <= 100; p += 10) expected << u";STATUS:percent=%1"_s.arg(p);
     expected << ";STATUS:percent=DONE" << ";STATUS:countdown=1" << ";STATUS:sequence=true"
              << ";STATUS:countdown=0" << ";STATUS:sequence=false";
-    for (int p = 90; p >= 0; p -= 10) expected << QStringLiteral(";STATUS:percent=%1").arg(p);
+    for (int p = 90; p >= 0; p -= 10) expected << u";STATUS:percent=%1"_s.arg(p);
     expected << ";STATUS:percent=DONE";
     EXPECT_EQ(statusLines(rig), expected);
 
@@ -297,9 +229,8 @@ TEST(Ramp, LinesToAPeerInBothWordings) {
     rig.advance(1000);
     EXPECT_EQ(statusLines(rig), QStringList{";PROGRESS:RISING 10% (loop)"});
     rig.advance(11500);
-    const QStringList lines = statusLines(rig);
-    EXPECT_TRUE(lines.contains(QStringLiteral(";PROGRESS:DONE")));
-    EXPECT_EQ(lines.last(), QStringLiteral(";PROGRESS:FALLING 90% (loop)"));
+    EXPECT_TRUE(statusLines(rig).contains(";PROGRESS:DONE"));
+    EXPECT_EQ(statusLines(rig).last(), ";PROGRESS:FALLING 90% (loop)");
     rig->randomStop.push();
     rig.advance(1000);  // the fall outlives the stop by one tick
     rig.remoteControl.sent.clear();
