@@ -16,7 +16,6 @@ TEST(ActivityLog, ALineIsTheLocalLongTimeTheTrimmedTextAndCrLf) {
     ActivityLog& log = rig->activityLog;
     QStringList echoed;
     log.lineLogged.connect([&](const QString& line) { echoed.append(line); });
-
     log.logItem(QStringLiteral("Connecting to broker\r\n"));
     log.logItem(QStringLiteral("   "));
     log.logItem(QStringLiteral("two\rparts\ninside"));
@@ -30,7 +29,6 @@ TEST(ActivityLog, LogsOnlyWhileOpenAndForgetsItsTextWhenClosed) {
     rig.connect();
     rig->resetAll();
     EXPECT_TRUE(rig->activityLog.log.text().isEmpty());  // logging is off at start
-
     rig->_activityToggle_Action();
     EXPECT_TRUE(rig->serverLogging);
     EXPECT_TRUE(rig->activityLog.window.visible());
@@ -39,7 +37,6 @@ TEST(ActivityLog, LogsOnlyWhileOpenAndForgetsItsTextWhenClosed) {
     rig->activityLog.logSerial.setValue(true);
     rig.advance(2500);
     EXPECT_TRUE(rig.logLines().filter(QRegularExpression(QStringLiteral("^2B raw "))).size() == 1);
-
     // Off and on again: an empty log, the serial trace unticked.
     rig->_activityToggle_Action();
     EXPECT_FALSE(rig->serverLogging);
@@ -47,7 +44,6 @@ TEST(ActivityLog, LogsOnlyWhileOpenAndForgetsItsTextWhenClosed) {
     rig->_activityToggle_Action();
     EXPECT_TRUE(rig->activityLog.log.text().isEmpty());
     EXPECT_FALSE(rig->activityLog.logSerial.value());
-
     // The user's close inverts the flag, as the toggle's does.
     rig->activityLog.window.close();
     EXPECT_FALSE(rig->serverLogging);

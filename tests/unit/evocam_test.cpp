@@ -16,8 +16,7 @@ namespace {
 
 std::vector<RecordingScriptRunner::Run> messageRuns(const Rig& rig) {
     std::vector<RecordingScriptRunner::Run> out;
-    std::copy_if(
-        rig.scripts.runs.begin(), rig.scripts.runs.end(), std::back_inserter(out),
+    std::copy_if(rig.scripts.runs.begin(), rig.scripts.runs.end(), std::back_inserter(out),
         [](const auto& run) { return run.script == QLatin1String(kMessageCaptionScript); });
     return out;
 }
@@ -50,7 +49,6 @@ TEST(EvoCamCaptions, StatusCaptionNamesTheModeByFirmwareAndHalvesTheLevels) {
                   (QStringList{QString::fromLatin1(c.caption), QStringLiteral("Desk cam")}));
     }
     EXPECT_TRUE(rig.boundary.reports().isEmpty());
-
     // A line too short for the caption, or a mode past the table's end, is reported; no caption.
     const size_t runs = rig.scripts.runs.size();
     for (const char* line :
@@ -60,7 +58,6 @@ TEST(EvoCamCaptions, StatusCaptionNamesTheModeByFirmwareAndHalvesTheLevels) {
         EXPECT_EQ(rig.boundary.reports().size(), 1) << line;
     }
     EXPECT_EQ(rig.scripts.runs.size(), runs);
-
     // No camera name: no script at all.
     rig->evoCamName.clear();
     rig->statusRefresh(QStringLiteral("512:0:0:0:0:1:L:0:2.118"));
@@ -75,12 +72,9 @@ TEST(EvoCamCaptions, MessageClearsTwentySecondsAfterTheLastOne) {
     s.advance(19990);
     auto messages = messageRuns(s);
     ASSERT_EQ(messages.size(), 2u);
-    EXPECT_EQ(messages[0].parameters,
-              QStringList({"HELLO", "Cam 1"}));
-    EXPECT_EQ(messages[1].parameters,
-              QStringList({"AGAIN", "Cam 1"}));
+    EXPECT_EQ(messages[0].parameters, QStringList({"HELLO", "Cam 1"}));
+    EXPECT_EQ(messages[1].parameters, QStringList({"AGAIN", "Cam 1"}));
     EXPECT_EQ(messages[1].atMs - messages[0].atMs, 15000);
-
     // Cleared 20 s after the second message, for the camera named now.
     s->evoCamName = QStringLiteral("Cam 2");
     s.advance(100);
@@ -90,7 +84,6 @@ TEST(EvoCamCaptions, MessageClearsTwentySecondsAfterTheLastOne) {
     EXPECT_EQ(messages[2].atMs - messages[1].atMs, 20000);
     s.advance(60000);
     EXPECT_EQ(messageRuns(s).size(), 3u);
-
     // Captions turned off inside the 20 s leave the message on the picture.
     s.send(";MSG=Stays");
     s->updateEvocam = false;
@@ -107,7 +100,6 @@ TEST(CaptionFiles, CaptionsMessageAndClearingReachTheirFilesWhole) {
     rig->evoCamName = QStringLiteral("Desk cam");
     const QString status = rig.prefPath(QString::fromLatin1(CaptionFiles::kStatusFile));
     const QString message = rig.prefPath(QString::fromLatin1(CaptionFiles::kMessageFile));
-
     rig->statusRefresh(QStringLiteral("512:75:40:100:101:0:L:0:2.118"));
     EXPECT_EQ(readText(status), QStringLiteral("Pulse L A:37.5 B:20 C:50 D:50.5"));
     EXPECT_FALSE(QFile::exists(message));
@@ -115,6 +107,5 @@ TEST(CaptionFiles, CaptionsMessageAndClearingReachTheirFilesWhole) {
     EXPECT_EQ(readText(message), QString::fromUtf8("Grüße from the far end"));
     rig.advance(20000);
     EXPECT_EQ(readText(message), QString());
-
     EXPECT_TRUE(rig.boundary.reports().isEmpty());
 }

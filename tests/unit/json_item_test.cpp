@@ -38,7 +38,6 @@ QString written(const QVariant& value) {
 
 TEST(JSONItem, EmptyContainersSelfHoldingItemsAndSlashes) {
     EXPECT_EQ(JSONItem(QStringLiteral(" [ ] ")).ToString(), QStringLiteral("[]"));
-
     JSONItem outer;
     outer.setValue(QStringLiteral("self"), QVariant::fromValue(outer));
     EXPECT_EQ(errorOf([&] { outer.ToString(); })->second,
@@ -51,7 +50,6 @@ TEST(JSONItem, EmptyContainersSelfHoldingItemsAndSlashes) {
     outer.setValue(QStringLiteral("self"), QVariant::fromValue(shared));
     outer.setValue(QStringLiteral("again"), QVariant::fromValue(shared));
     EXPECT_EQ(inner.ToString(), QStringLiteral(R"([{"self":{},"again":{}}])"));
-
     JSONItem path;
     path.setValue(QStringLiteral("p"), QStringLiteral("a/b"));
     EXPECT_EQ(path.ToString(), QStringLiteral(R"({"p":"a\/b"})"));
@@ -124,7 +122,6 @@ TEST(JSONItem, UpdateServiceReplyRoundTripsAndSharesItsChildren) {
     EXPECT_EQ(info.Lookup(QStringLiteral("missing"), 7).toInt(), 7);
     EXPECT_THROW(info.Value(QStringLiteral("missing")), OutOfBounds);
     EXPECT_THROW(reply.Child(QStringLiteral("status")), std::invalid_argument);
-
     QString expected = kReply;
     expected.replace(u'/', QStringLiteral("\\/"));
     EXPECT_EQ(reply.ToString(), expected);
@@ -136,7 +133,6 @@ TEST(JSONItem, EntriesKeepTheirOrderAndModesTheirRules) {
     JSONItem parsed(QStringLiteral(R"({"b":1,"a":2,"b":3})"));
     EXPECT_EQ(parsed.Names(), QStringList({QStringLiteral("b"), QStringLiteral("a")}));
     EXPECT_EQ(parsed.Value(QStringLiteral("b")).toInt(), 3);  // a repeated name keeps its place
-
     JSONItem item;
     for (const char* name : {"z", "a", "m"}) item.setValue(QString::fromLatin1(name), name);
     item.setValue(QStringLiteral("a"), 5);
@@ -146,7 +142,6 @@ TEST(JSONItem, EntriesKeepTheirOrderAndModesTheirRules) {
     EXPECT_EQ(item.ToString(), QStringLiteral(R"({"a":5,"m":"m","z":null})"));
     EXPECT_EQ(item.Value(QStringLiteral("m")).toString(), QStringLiteral("m"));  // names re-indexed
     EXPECT_THROW(item.Name(3), OutOfBounds);
-
     JSONItem list;  // a fresh item turns into an array
     list.Append(2);
     list.Insert(0, 1);
@@ -167,7 +162,6 @@ TEST(JSONItem, WrittenOutWithLinesAndIndentation) {
                              "null\n    }\n  ],\n  \"e\": {},\n  \"f\": []\n}"));
     item.IndentSpacing() = 1;
     EXPECT_TRUE(item.ToString().startsWith(QStringLiteral("{\n \"a\": 1,\n \"b\": [\n  1,")));
-
     // White space of every kind between tokens, and the escapes, read back as written.
     const JSONItem spaced(QStringLiteral(
         " \r\n\t{ \"a\" : [ 1 , {} ] , \"\\u00e9\\n\" : \"x\\\"y\\\\z\\/\\uD834\\uDD1E\" } \n"));
@@ -209,7 +203,6 @@ TEST(JSONItem, NumbersFollowTheDecimalFormat) {
     EXPECT_EQ(item.ToString(), QStringLiteral("[.5,2,-.13]"));
     item.DecimalFormat() = QStringLiteral("#,##0.0");
     EXPECT_THROW(item.ToString(), std::invalid_argument);
-
     // Whole numbers stay whole; the keywords are read by their first four characters.
     const JSONItem parsed(QStringLiteral("[1.5e2,-7,12345678901234567890,1E-2,fals ,TRUE]"));
     EXPECT_EQ(parsed.ToString(),

@@ -8,16 +8,12 @@ using namespace velto;
 using namespace velto::playback_test;
 
 namespace {
-
-// The box reports the levels at the next poll; the sliders follow.
-void boxLevels(Rig& rig, int a, int b) {
-    rig.box().setLevelA(a);
-    rig.box().setLevelB(b);
-    rig.advance(2500);
-    ASSERT_EQ(rig->channelA.value(), a);
-    ASSERT_EQ(rig->channelB.value(), b);
+void startMove(Rig& rig, const char* a, const char* b, const char* seconds) {
+    rig->adjustA.setText(QLatin1String(a));
+    rig->adjustB.setText(QLatin1String(b));
+    rig->adjustTime.setText(QLatin1String(seconds));
+    rig->Adjust.push();
 }
-
 }  // namespace
 
 TEST(Move, RelativeAbsoluteAndClampedTargets) {
@@ -34,13 +30,12 @@ TEST(Move, RelativeAbsoluteAndClampedTargets) {
 
     Rig rig;
     rig.connect();
-    boxLevels(rig, 95, 5);
-    rig->adjustA.setText(QStringLiteral("+10"));
-    rig->adjustB.setText(QStringLiteral("-10"));
-    rig->adjustTime.setText(QStringLiteral("20"));
+    rig.box().setLevelA(95);
+    rig.box().setLevelB(5);
+    rig.advance(2500);
     const size_t mark = rig.mark();
     const qint64 t0 = rig.clock.nowMs();
-    rig->Adjust.push();
+    startMove(rig, "+10", "-10", "20");
     EXPECT_EQ(rig->moveSteps, 5);
     EXPECT_EQ(rig->moveTimer.period(), 4000);
     EXPECT_FALSE(rig->manualControl);
@@ -55,84 +50,71 @@ TEST(Move, RelativeAbsoluteAndClampedTargets) {
     EXPECT_EQ(rig->elapsedTimer.mode(), Timer::Multiple);
     // Each pair leaves B first; the move takes one period more than its time.
     EXPECT_EQ(sentSince(rig, mark, t0),
-              (std::vector<Sent>{{4200, "B4"}, {4400, "A96"}, {8200, "B3"}, {8400, "A97"}, {12200, "B2"},
-                                 {12400, "A98"}, {16200, "B1"}, {16400, "A99"}, {20200, "B0"}, {20400, "A100"}}));
+              (std::vector<Sent>{{4200, "B4"}, {4400, "A96"}, {8200, "B3"}, {8400, "A97"},
+                                 {12200, "B2"}, {12400, "A98"}, {16200, "B1"}, {16400, "A99"},
+                                 {20200, "B0"}, {20400, "A100"}}));
     EXPECT_EQ(rig->channelC.value(), 50);  // C and D are never part of a move
-}
 
-TEST(Move, NothingToMoveEndsOnTheFirstTick) {
-    Rig rig;
-    connectSlaveWithPeer(rig);
-    rig->adjustA.setText(QStringLiteral("0"));
-    rig->adjustTime.setText(QStringLiteral("5"));
-    const size_t mark = rig.mark();
-    rig->Adjust.push();
-    EXPECT_EQ(rig->moveSteps, 0);
-    rig.advance(1000);
-    EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("DONE"));
-    EXPECT_EQ(rig->moveTimer.mode(), Timer::Off);
-    EXPECT_TRUE(sentSince(rig, mark, 0).empty());
-    EXPECT_EQ(statusLines(rig), QStringList{";STATUS:percent=DONE"});
+    // Nothing to move ends on the first tick.
+    Rig still;
+    connectSlaveWithPeer(still);
+    const size_t stillMark = still.mark();
+    startMove(still, "0", "", "5");
+    EXPECT_EQ(still->moveSteps, 0);
+    still.advance(1000);
+    EXPECT_EQ(still->tickCounter.text(), "DONE");
+    EXPECT_EQ(still->moveTimer.mode(), Timer::Off);
+    EXPECT_TRUE(sentSince(still, stillMark, 0).empty());
+    EXPECT_EQ(statusLines(still), QStringList{";STATUS:percent=DONE"});
 }
 
 TEST(Move, FiftyLevelsOnAAndTenOnBInFiftySeconds) {
     Rig rig;
     connectSlaveWithPeer(rig);
-    rig->adjustA.setText(QStringLiteral("50"));
-    rig->adjustB.setText(QStringLiteral("10"));
-    rig->adjustTime.setText(QStringLiteral("50"));
     const size_t mark = rig.mark();
     const qint64 t0 = rig.clock.nowMs();
-    rig->Adjust.push();
+    startMove(rig, "50", "10", "50");
     EXPECT_EQ(rig->moveTimer.period(), 1000);
     rig.advance(52000);
-
     const std::vector<Sent> sent = sentSince(rig, mark, t0);
     ASSERT_EQ(sent.size(), 100u);
     std::vector<int> bRisesAt;
     int lastB = 0;
     for (int tick = 1; tick <= 50; ++tick) {
         const Sent& b = sent[2 * (tick - 1)];
-        const Sent& a = sent[2 * (tick - 1) + 1];
         EXPECT_EQ(b.t, 1000 * tick + 200);
-        EXPECT_EQ(a, (Sent{1000 * tick + 400, QStringLiteral("A%1").arg(tick)}));
+        EXPECT_EQ(sent[2 * tick - 1], (Sent{1000 * tick + 400, QStringLiteral("A%1").arg(tick)}));
         const int level = b.cmd.mid(1).toInt();
         if (level != lastB) bRisesAt.push_back(tick);
         lastB = level;
     }
     // B rises by one level about every fifth tick and lands on its target with A.
     EXPECT_EQ(bRisesAt, (std::vector<int>{3, 8, 13, 18, 23, 28, 33, 38, 43, 48}));
-    EXPECT_EQ(sent.back(), (Sent{50400, "A50"}));
-    EXPECT_EQ(sent[98].cmd, QStringLiteral("B10"));
-
+    EXPECT_EQ(sent[98].cmd, "B10");
     const QStringList lines = statusLines(rig);
     ASSERT_EQ(lines.size(), 51);
-    EXPECT_EQ(lines.first(), QStringLiteral(";STATUS:percent=2"));
-    EXPECT_EQ(lines.at(24), QStringLiteral(";STATUS:percent=50"));
-    EXPECT_EQ(lines.at(49), QStringLiteral(";STATUS:percent=100"));
-    EXPECT_EQ(lines.last(), QStringLiteral(";STATUS:percent=DONE"));
+    EXPECT_EQ(lines.first(), ";STATUS:percent=2");
+    EXPECT_EQ(lines.at(24), ";STATUS:percent=50");
+    EXPECT_EQ(lines.at(49), ";STATUS:percent=100");
+    EXPECT_EQ(lines.last(), ";STATUS:percent=DONE");
 }
 
 TEST(Move, TooShortTimesAreLengthenedOrRefused) {
     Rig rig;
     rig.connect();
     ASSERT_FALSE(rig->serverLogging);
-    rig->adjustA.setText(QStringLiteral("20"));
-    rig->Adjust.push();
+    startMove(rig, "20", "", "");
     // Written with the log closed: the one line of a move that is.
     EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Move: adjusting period to 20 seconds")));
     EXPECT_EQ(rig->moveTimer.period(), 1000);
 
     rig->halt.push();
     rig->autoAdjust = false;
-    rig->adjustTime.setText(QStringLiteral("10"));
     rig->cmdSequence = {QStringLiteral("X")};
-    rig->Adjust.push();
-    EXPECT_EQ(
-        rig.dialogs.messages,
-        QStringList{
-            "Can't adjust - too many steps, or too short a time period. Number of seconds must be "
-            "more than the number of steps"});
+    startMove(rig, "20", "", "10");
+    EXPECT_EQ(rig.dialogs.messages,
+              QStringList{"Can't adjust - too many steps, or too short a time period. Number of "
+                          "seconds must be more than the number of steps"});
     EXPECT_EQ(rig->cmdSequence, QStringList{"X"});  // refused before resetAll
     EXPECT_EQ(rig->moveTimer.mode(), Timer::Off);
 
@@ -146,17 +128,14 @@ TEST(Move, TooShortTimesAreLengthenedOrRefused) {
          {Case{"20", "20", false, false, 1000}, Case{"30", "30.9", false, false, 1000},
           Case{"31", "30.9", false, true, 0}, Case{"31", "30.9", true, false, 1000},
           Case{"10", "30.9", false, false, 3000}}) {
-        SCOPED_TRACE(std::string(c.a) + " in " + c.time);
         rig->halt.push();
         rig.dialogs.messages.clear();
         rig->autoAdjust = c.autoAdjust;
-        rig->adjustA.setText(QLatin1String(c.a));
-        rig->adjustTime.setText(QLatin1String(c.time));
-        rig->Adjust.push();
-        EXPECT_EQ(rig.dialogs.messages.size(), c.refused ? 1 : 0);
+        startMove(rig, c.a, "", c.time);
+        EXPECT_EQ(rig.dialogs.messages.size(), c.refused ? 1 : 0) << c.a << " in " << c.time;
         EXPECT_EQ(rig->moveTimer.mode(), c.refused ? Timer::Off : Timer::Multiple);
         if (!c.refused) {
-            EXPECT_EQ(rig->moveTimer.period(), c.period);
+            EXPECT_EQ(rig->moveTimer.period(), c.period) << c.a << " in " << c.time;
         }
     }
     EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Move: adjusting period to 31 seconds")));
@@ -169,20 +148,14 @@ TEST(Move, AdjustToAFavourite) {
     rig->adjustSelected.push();
     EXPECT_EQ(rig.dialogs.messages,
               QStringList{"Select a favourite setting first, then click Jump"});
-
     // Cells 6 and 7 are the targets and the Rise is the time.
-    Fav f;
-    f.a = QStringLiteral("20");
-    f.b = QStringLiteral("8");
-    f.rise = QStringLiteral("40");
-    addFav(rig, f);
-    rig->favsList.setListIndex(0);
+    const Fav fav{.rise = QStringLiteral("40"), .a = QStringLiteral("20"), .b = QStringLiteral("8")};
+    rig->favsList.setListIndex(addFav(rig, fav));
     rig->adjustSelected.push();
     EXPECT_EQ(rig->diffA, 20);
     EXPECT_EQ(rig->diffB, 8);
     EXPECT_EQ(rig->moveTimer.period(), 2000);
     EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Move: setting levels in 20 steps")));
-
     // Too short with the rule off: resetAll has run, no message box, an error to the peer,
     // and the move's figures stay as computed.
     rig->autoAdjust = false;

@@ -20,8 +20,7 @@ TEST(PrefsWindow, WhatIsReadIsShownAndDoneWritesItBackLineForLine) {
     Rig rig;
     MainApp::PrefsWindow& w = rig->prefsWindow;
     const QString file =
-        QStringLiteral(
-            "serial=/dev/ttyUSB0\nport=7901\nhost=127.0.0.4\ntimeout=120\nmode=master\n"
+        QStringLiteral("serial=/dev/ttyUSB0\nport=7901\nhost=127.0.0.4\ntimeout=120\nmode=master\n"
             "brokerid=me@velto.example\nbrokerpin=1234\nbrokerprofile=Hello world\n"
             "usebroker=true\nhttp=false\nautoadjust=false\nbrokerauto=peer\n"
             "brokeraccept=ann\nbrokeraccept=bob\nbrokerreject=eve\nbrokerreject=mallory\n"
@@ -41,7 +40,6 @@ TEST(PrefsWindow, WhatIsReadIsShownAndDoneWritesItBackLineForLine) {
     w.settingsDone.push();
     EXPECT_FALSE(w.window.visible());
     EXPECT_EQ(readText(rig.prefPath(kPrefs)), file);
-
     // No peer of its own, no page: no such lines. A mode that is no mode leaves the buttons alone.
     rig->brokerauto.clear();
     rig->webpage = false;
@@ -72,7 +70,6 @@ TEST(PrefsWindow, TheCloseBoxKeepsThePortNameAndTheBoxesButNotTheTypedFields) {
     EXPECT_EQ(app.evoCamName, QStringLiteral("Cam"));
     EXPECT_TRUE(readText(rig.prefPath(kPrefs))
                     .startsWith(QStringLiteral("serial=/dev/ttyACM0\nport=7846\n")));
-
     // Done with the same fields: a time-out that is no number is 0; a ticked HTTP box leaves the
     // reply mode alone, an unticked one ends both.
     app.httpResponse = true;
@@ -118,7 +115,6 @@ TEST(PrefsWindow, AutoDetectFindsUsbSerialPorts) {
     w.portAutoDetect.push();
     EXPECT_TRUE(w.portsInfo.text().isEmpty());
     EXPECT_EQ(w.portName.text(), QStringLiteral("/dev/mine"));
-
     // Two of the kind, the event loop let in after each port: the last one wins the field.
     rig.serialPorts.names = {QStringLiteral("usbserial-A1"), QStringLiteral("ttyS0"),
                              QStringLiteral("USBSerial-B2")};
@@ -128,17 +124,14 @@ TEST(PrefsWindow, AutoDetectFindsUsbSerialPorts) {
     EXPECT_EQ(seen, QStringList{"/dev/tty.usbserial-A1"});
     EXPECT_EQ(w.portName.text(), QStringLiteral("/dev/tty.USBSerial-B2"));
     EXPECT_EQ(w.portsInfo.text(), QStringLiteral("Found: usbserial-A1, USBSerial-B2"));
-
     // Linux's USB adapters, by their full path; a built-in port or a look-alike is not one.
     rig.serialPorts.names = {QStringLiteral("ttyUSB0"), QStringLiteral("ttyS1"),
                              QStringLiteral("ttyACM1"), QStringLiteral("xttyUSB9")};
     w.portAutoDetect.push();
     EXPECT_EQ(w.portName.text(), QStringLiteral("/dev/ttyACM1"));
     EXPECT_EQ(w.portsInfo.text(), QStringLiteral("Found: ttyUSB0, ttyACM1"));
-
     // The Qt list: macOS's call-out and dial-in names of one device are one port.
-    EXPECT_EQ(
-        QtSerialPortList::listed({QStringLiteral("cu.usbserial-A1"),
+    EXPECT_EQ(QtSerialPortList::listed({QStringLiteral("cu.usbserial-A1"),
                                   QStringLiteral("tty.usbserial-A1"), QStringLiteral("ttyUSB0")}),
         QStringList({"usbserial-A1", "ttyUSB0"}));
 }

@@ -27,10 +27,8 @@ TEST(SaveWhole, AFailedWriteLeavesTheOldFileWhole) {
     };
     ASSERT_TRUE(saveWhole(path, "old\n"));
     EXPECT_EQ(read(), QByteArray("old\n"));
-
     EXPECT_FALSE(saveWhole(dir.filePath(QStringLiteral("gone/mine.qvf")), "x"));
     EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("gone"))));
-
 #ifdef Q_OS_UNIX
     // The disk refuses the write half-way: a file size limit holds even for root.
     const QByteArray big(64 * 1024, 'x');

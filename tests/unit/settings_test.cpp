@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <QDir>
-
 #include "platform/text.h"
 #include "support/rig.h"
 
@@ -80,7 +78,6 @@ TEST(Startup, TheOpenEventSetsTheWindowAndStopsTheTimers) {
     EXPECT_EQ(rig->channelA.pageStep(), 3);
     EXPECT_EQ(rig->channelC.pageStep(), 5);
     EXPECT_EQ(rig->channelC.minimum(), 2);
-
     // With no Preferences folder, no file is read and the defaults stand.
     Rig bare(false);
     bare.open();
@@ -99,7 +96,7 @@ TEST(Startup, TheFavouritesFileIsChosenFromTheSettings) {
         EXPECT_EQ(rig->App.favsName, path);
         EXPECT_TRUE(rig.dialogs.messages.isEmpty());
     }
-    for (const QString& bad : {QString(), QStringLiteral("relative/name.qvf"),
+    for (const QString& bad : {QStringLiteral("relative/name.qvf"),
                                QStringLiteral("/no/such/folder/at/all/x.qvf")}) {
         Rig rig;
         rig.settings(QStringLiteral("favsfile=") + bad + QLatin1Char('\n'));
@@ -117,15 +114,4 @@ TEST(Startup, TheFavouritesFileIsChosenFromTheSettings) {
         EXPECT_TRUE(rig.dialogs.messages.isEmpty());
         EXPECT_EQ(rig->window.title(), QStringLiteral("Velto Control/Server for OS X"));
     }
-}
-
-TEST(Startup, ASlaveFromTheSettingsListensOnlyAfterConnect) {
-    Rig rig;
-    rig.settings(QStringLiteral("mode=slave\n"));
-    rig.open();
-    rig.advance(10000);
-    EXPECT_FALSE(rig.remoteControl.isListening());
-    rig->Connect.push();
-    EXPECT_TRUE(rig.remoteControl.isListening());
-    EXPECT_EQ(rig.remoteControl.port, 7846);
 }

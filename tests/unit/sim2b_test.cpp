@@ -69,7 +69,6 @@ TEST(Sim2B, FirmwareNumberModeListAndTheHighRate) {
     box.setMode(14);
     box.setFirmware(QStringLiteral("2.106"));
     EXPECT_EQ(box.mode(), 13);
-
     // What follows "Z" in the same write was sent at the old rate. Still at the low rate, the
     // host is only noise: no answer, and a half command it interrupts is lost.
     EXPECT_TRUE(box.receive("Z\rV\r").empty());

@@ -30,18 +30,15 @@ TEST(Timer, ModesPeriodsAndResetFollowTheFrameworkRules) {
     Timer single(f.clock, QStringLiteral("single"), 300, Timer::Off);
     f.record(repeat);
     f.record(single);
-
     single.setMode(Timer::Single);
     f.clock.advance(2500);
     EXPECT_EQ(f.times(QStringLiteral("repeat")), (std::vector<qint64>{1000, 2000}));
     EXPECT_EQ(f.times(QStringLiteral("single")), (std::vector<qint64>{300}));
     EXPECT_EQ(single.mode(), Timer::Off);  // a single shot turns itself off
-
     // Setting the mode it already has does not restart the count.
     repeat.setMode(Timer::Multiple);
     f.clock.advance(500);
     EXPECT_EQ(f.times(QStringLiteral("repeat")).back(), 3000);
-
     // A period change waits for the next round; Reset counts from now.
     repeat.setPeriod(400);
     f.clock.advance(1000);  // to 4000: fires at 4000 (old round), then 4400 comes next
@@ -50,7 +47,6 @@ TEST(Timer, ModesPeriodsAndResetFollowTheFrameworkRules) {
     repeat.reset();
     f.clock.advance(450);   // 4750: due at 4700
     EXPECT_EQ(f.times(QStringLiteral("repeat")).back(), 4700);
-
     // Disabled timers never fire; enabling starts a fresh count.
     repeat.setEnabled(false);
     f.clock.advance(2000);
@@ -73,15 +69,11 @@ TEST(Timer, TiesFireInArmingOrderAndPauseRunsOtherEvents) {
     f.clock.advance(200);
     ASSERT_EQ(f.fired.size(), 2u);
     EXPECT_EQ(f.fired[0].first, QStringLiteral("second"));
-
     // pause(500) inside a handler lets the other timer run, and returns after more than 500 ms.
     f.fired.clear();
     first.setMode(Timer::Off);
     qint64 resumedAt = -1;
-    f.clock.post(0, [&] {
-        f.clock.pause(500);
-        resumedAt = f.clock.nowMs();
-    });
+    f.clock.post(0, [&] { f.clock.pause(500); resumedAt = f.clock.nowMs(); });
     f.clock.advance(1);
     EXPECT_EQ(resumedAt, 200 + 1 + 500);
     EXPECT_EQ(f.times(QStringLiteral("second")), (std::vector<qint64>{400, 600}));
