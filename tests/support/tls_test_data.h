@@ -4,11 +4,15 @@
 
 #include <QByteArray>
 #include <QFile>
+#include <QPointer>
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QSslKey>
+#include <QSslServer>
 #include <QSslSocket>
 #include <QString>
+#include <functional>
+#include <memory>
 
 #ifndef VELTO_TEST_DATA
 #error "tls_test_data.h is for the integration tests, which define VELTO_TEST_DATA"
@@ -42,5 +46,46 @@ inline void trustTestCa() {
     tls.addCaCertificates(testDataPath(QStringLiteral("ca.pem")));
     QSslConfiguration::setDefaultConfiguration(tls);
 }
+
+/// A TLS service on 127.0.0.1 with `certificate` (see serverTls) that keeps every byte its
+/// clients send. `onRead`, when set, gets the client and its bytes not yet taken, and removes
+/// what it takes.
+class TlsStandIn {
+public:
+    using Reader = std::function<void(QTcpSocket& client, QByteArray& unread)>;
+    explicit TlsStandIn(const QString& certificate, Reader onRead = {})
+        : onRead_(std::move(onRead)) {
+        const QSslConfiguration tls = serverTls(certificate);
+        server_.setSslConfiguration(tls);
+        QObject::connect(&server_, &QSslServer::pendingConnectionAvailable, &server_, [this] {
+            while (QTcpSocket* socket = server_.nextPendingConnection()) {
+                client = socket;
+                auto unread = std::make_shared<QByteArray>();
+                QObject::connect(socket, &QTcpSocket::disconnected, socket, [this, socket] {
+                    ++closes;
+                    socket->deleteLater();
+                });
+                QObject::connect(socket, &QTcpSocket::readyRead, socket, [this, socket, unread] {
+                    const QByteArray bytes = socket->readAll();
+                    received += bytes;
+                    *unread += bytes;
+                    if (onRead_) onRead_(*socket, *unread);
+                });
+            }
+        });
+        ok = !tls.localCertificate().isNull() && !tls.privateKey().isNull() &&
+             server_.listen(QHostAddress::LocalHost, 0);
+    }
+    QString hostPort() const { return QStringLiteral("127.0.0.1:%1").arg(server_.serverPort()); }
+
+    bool ok = false;
+    QByteArray received;
+    QPointer<QTcpSocket> client;  // the latest
+    int closes = 0;
+
+private:
+    Reader onRead_;
+    QSslServer server_;
+};
 
 }  // namespace velto
