@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
-
 #include "support/rig.h"
 
 using namespace velto;
@@ -35,25 +33,24 @@ struct ConnectRig : Rig {
 }  // namespace
 
 TEST(ConnectService, TheKeyIsSixteenCharactersOrTheEndOfALink) {
-    const QString prefix = QStringLiteral("https://connect.velto.example/connect/?");
-    const std::vector<std::pair<QString, std::optional<QString>>> cases = {
-        {QStringLiteral("  ") + kKey + QStringLiteral("\t"), kKey},
-        {prefix + QStringLiteral("key=") + kKey + QStringLiteral("   "), kKey},
-        {QStringLiteral("HTTPS://Connect.Velto.Example/CONNECT/?") + kKey, kKey},
-        {QStringLiteral(" ") + prefix + kKey, {}},  // the prefix test is on the untrimmed text
-        {QStringLiteral("https://other.example/connect/?") + kKey, {}},
-        {kKey.left(15), {}},
-        {kKey + QStringLiteral("X"), {}},
+    const QString link = QStringLiteral("https://connect.velto.example/connect/?");
+    const std::pair<QString, bool> cases[] = {
+        {QStringLiteral("  ") + kKey + QStringLiteral("\t"), true},
+        {link + QStringLiteral("key=") + kKey + QStringLiteral("   "), true},
+        {QStringLiteral("HTTPS://Connect.Velto.Example/CONNECT/?") + kKey, true},
+        {QStringLiteral(" ") + link + kKey, false},  // the prefix test is on the untrimmed text
+        {QStringLiteral("https://other.example/connect/?") + kKey, false},
+        {kKey.left(15), false},
+        {kKey + QStringLiteral("X"), false},
     };
-    for (const auto& [typed, key] : cases) {
+    for (const auto& [typed, valid] : cases) {
         ConnectRig rig(typed, false);
-        EXPECT_EQ(rig->veltoKey, key.value_or(QStringLiteral("old"))) << typed.toStdString();
-        EXPECT_EQ(rig->connectWindow.window.visible(), !key);
-        EXPECT_EQ(rig.connectSocket.connects, key ? 1 : 0);
-        EXPECT_EQ(
-            rig.dialogs.messages,
-            key ? QStringList{}
-                : QStringList{"Sorry, that doesn't look like a valid Connect Key"});
+        EXPECT_EQ(rig->veltoKey, valid ? kKey : QStringLiteral("old")) << typed.toStdString();
+        EXPECT_EQ(rig->connectWindow.window.visible(), !valid);
+        EXPECT_EQ(rig.connectSocket.connects, valid ? 1 : 0);
+        EXPECT_EQ(rig.dialogs.messages,
+                  valid ? QStringList{}
+                        : QStringList{"Sorry, that doesn't look like a valid Connect Key"});
     }
 }
 
@@ -68,20 +65,16 @@ TEST(ConnectService, AStartTurnsTheCopyIntoAMasterAndFramesEachLineByKind) {
     rig->brokerConnected = true;
     rig->hostInfo.setText(QStringLiteral("Broker user"));
     rig.remoteControl.sent.clear();
-    // The prefix follows the service the copy was pointed at.
     rig->serverLogging = true;
-    rig->connectServiceHost = QStringLiteral("127.0.0.1");
+    rig->connectServiceHost = QStringLiteral("127.0.0.1");  // the link's prefix follows it
     rig->MenuBar1.veltoConnect.push();
     rig->connectWindow.connectKey.setText(QStringLiteral("https://127.0.0.1/connect/?k=") + kKey);
     rig->connectWindow.connectButton.push();
     EXPECT_EQ(rig->veltoKey, kKey);
     EXPECT_EQ(rig->systemMode, QStringLiteral("master"));
-    EXPECT_FALSE(rig->useBroker);
-    EXPECT_FALSE(rig->Connect.enabled());
-    EXPECT_FALSE(rig->MenuBar1.VeltoBroker.enabled());
-    EXPECT_FALSE(rig->brokerConnected);
-    EXPECT_FALSE(rig.brokerSocket.isConnected());
-    EXPECT_FALSE(rig.remoteControl.isConnected());
+    EXPECT_FALSE(rig->useBroker || rig->Connect.enabled() || rig->MenuBar1.VeltoBroker.enabled() ||
+                 rig->brokerConnected || rig.brokerSocket.isConnected() ||
+                 rig.remoteControl.isConnected());
     EXPECT_EQ(rig->hostInfo.text(), QString());
     EXPECT_EQ(rig.connectSocket.address, QStringLiteral("127.0.0.1"));
     EXPECT_EQ(rig.connectSocket.port, 57846);
@@ -121,13 +114,12 @@ TEST(ConnectService, AStartTurnsTheCopyIntoAMasterAndFramesEachLineByKind) {
 }
 
 TEST(ConnectService, EachStatusCodeShowsItsTextAndChangesItsState) {
-    struct Case {
+    const struct {
         QByteArray line;
         const char* hostInfo;  // "": as it was
         const char* message;   // "": none
         bool linked, keyKept, closed;
-    };
-    const std::vector<Case> cases = {
+    } cases[] = {
         {";200\n", "", "", true, true, false},
         {";201\r\n", "Connection made", "", true, true, false},
         {";202\r", "Connection lost", "", false, true, true},
@@ -143,10 +135,9 @@ TEST(ConnectService, EachStatusCodeShowsItsTextAndChangesItsState) {
          true, true},
         {";500\n", "", "Something really bad has happened. Disconnecting", false, true, true},
         {";701\n", "Command blocked", "", true, true, false},
-        // Only the front of a read is read: the second code is lost.
-        {";300\n;500\n", "Waiting for link", "", true, true, false},
+        {";300\n;500\n", "Waiting for link", "", true, true, false},  // one read, one reply
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         ConnectRig rig;
         rig->hostInfo.setText(QStringLiteral("before"));
         rig->veltoLinked = !c.line.startsWith(";201");
@@ -163,19 +154,7 @@ TEST(ConnectService, EachStatusCodeShowsItsTextAndChangesItsState) {
     }
 }
 
-TEST(ConnectService, ARefusedHandshakeIsLoggedAndNothingIsSent) {
-    ConnectRig rig(kKey, false);
-    rig->serverLogging = false;
-    rig.connectSocket.failHandshake(
-        QStringLiteral("The certificate is self-signed, and untrusted"));
-    rig.advance(1);
-    EXPECT_EQ(rig.logLines().last(),
-              QStringLiteral("TLS: The certificate is self-signed, and untrusted"));
-    rig->channelA.setValue(30);
-    EXPECT_TRUE(rig.connectSocket.sent.isEmpty());
-}
-
-TEST(ConnectService, EachReadIsOneReply) {
+TEST(ConnectService, ReadsThatAreNoRepliesAndARefusedHandshake) {
     ConnectRig rig;
     // A line in two pieces moves nothing, a whole one the panel.
     rig.service("700:80:40:");
@@ -195,4 +174,13 @@ TEST(ConnectService, EachReadIsOneReply) {
     rig.advance(1);
     EXPECT_EQ(rig->hostInfo.text(), QStringLiteral("Waiting for link"));
     EXPECT_TRUE(rig.boundary.reports().isEmpty());
+
+    // A refused handshake is logged, logging on or not, and nothing is sent.
+    ConnectRig refused(kKey, false);
+    refused->serverLogging = false;
+    refused.connectSocket.failHandshake(QStringLiteral("The certificate is self-signed"));
+    refused.advance(1);
+    EXPECT_EQ(refused.logLines().last(), QStringLiteral("TLS: The certificate is self-signed"));
+    refused->channelA.setValue(30);
+    EXPECT_TRUE(refused.connectSocket.sent.isEmpty());
 }

@@ -2,41 +2,48 @@
 
 #include <gtest/gtest.h>
 
+#include <QRegularExpression>
+
 #include "support/rig.h"
 
 using namespace velto;
 
+namespace {
+
+/// The serial writes from the `from`-th on, each with its time since `t0`: "K@200".
+QStringList timed(const Rig& rig, size_t from, qint64 t0 = 0) {
+    QStringList out;
+    for (size_t i = from; i < rig.serial.writes.size(); ++i)
+        out << QString::fromLatin1(rig.serial.writes[i].bytes).trimmed() + QLatin1Char('@') +
+                   QString::number(rig.serial.writes[i].timeMs - t0);
+    return out;
+}
+
+}  // namespace
+
 TEST(Session, SoloConnectOpensThePortWakesTheLineAndPollsEvery2500ms) {
     Rig rig;
     rig.open();
-    EXPECT_FALSE(rig->watchDog.enabled());
     rig->Connect.push();
-    ASSERT_TRUE(rig.serial.isOpen());
     EXPECT_EQ(rig.serial.portName(), QStringLiteral("/dev/tty.usbserial"));
     ASSERT_FALSE(rig.serial.writes.empty());
-    EXPECT_EQ(rig.serial.writes[0].bytes, QByteArray("\r"));
     EXPECT_EQ(rig.serial.writes[0].baud, 9600);
     EXPECT_EQ(rig.serial.xmitWaits, 1);
     EXPECT_TRUE(rig->watchDog.enabled());
     EXPECT_EQ(rig.remoteControl.listens + rig.remoteControl.connects, 0);
 
-    rig.advance(10000);
-    std::vector<qint64> polls;
-    for (const auto& w : rig.serial.writes)
-        if (w.bytes == "V\r") polls.push_back(w.timeMs);
-    EXPECT_EQ(polls, (std::vector<qint64>{2500, 5000, 7500, 10000}));
     // The poll bypasses the gate: no lastCommand, the clock is left alone.
+    rig.advance(10000);
+    EXPECT_EQ(timed(rig, 0), QStringList({"@0", "V@2500", "V@5000", "V@7500", "V@10000"}));
     EXPECT_TRUE(rig->lastCommand.isEmpty());
     EXPECT_EQ(rig->veltoStatus.text(), QString::fromLatin1(rig.box().statusLine()));
-    EXPECT_EQ(rig->batteryLabel.text(), QStringLiteral("Battery 90%"));
-    EXPECT_EQ(rig->firmwareLabel.text(), QStringLiteral("Firmware 2.106"));
-    EXPECT_EQ(rig->firmwareVersion, 2106);
+    EXPECT_EQ(rig->batteryLabel.text() + rig->firmwareLabel.text(),
+              QStringLiteral("Battery 90%Firmware 2.106"));
 
     // Connect again: the port is closed and reopened, the high-rate flag cleared, nothing else.
     rig->highSpeedEnabled = true;
-    const int opens = rig.serial.opens;
     rig->Connect.push();
-    EXPECT_EQ(rig.serial.opens, opens + 1);
+    EXPECT_EQ(rig.serial.opens, 2);
     EXPECT_EQ(rig.serial.closes, 1);
     EXPECT_FALSE(rig->highSpeedEnabled);
     EXPECT_TRUE(rig.dialogs.messages.isEmpty());
@@ -44,8 +51,7 @@ TEST(Session, SoloConnectOpensThePortWakesTheLineAndPollsEvery2500ms) {
 
 TEST(Session, APortThatWillNotOpenShowsAMessageAndASlaveStillListens) {
     Rig rig;
-    rig.writePref(QStringLiteral("veltoprefs.ini"),
-                  QStringLiteral("serial=/dev/nothing-here\nmode=slave\nport=7999\nhttp=true\n"));
+    rig.settings(QStringLiteral("serial=/dev/nothing-here\nmode=slave\nport=7999\nhttp=true\n"));
     rig.open();
     rig->_activityToggle_Action();
     rig->Connect.push();
@@ -55,10 +61,8 @@ TEST(Session, APortThatWillNotOpenShowsAMessageAndASlaveStillListens) {
     EXPECT_EQ(rig.remoteControl.port, 7999);
     EXPECT_EQ(rig->adtimer.period(), 5000);
     EXPECT_EQ(rig->adtimer.mode(), Timer::Multiple);
-    EXPECT_EQ(rig->localAddr.text(), QStringLiteral("Address: 127.0.0.1 (HTTP mode)"));
     EXPECT_TRUE(rig->httpResponse);
-    EXPECT_FALSE(rig->overrideTimeout);
-    EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Address: 127.0.0.1 (HTTP mode)")));
+    EXPECT_EQ(rig.logLines().last(), QStringLiteral("Address: 127.0.0.1 (HTTP mode)"));
 }
 
 TEST(Session, MasterConnectsToItsPeerAndNeverPolls) {
@@ -67,30 +71,26 @@ TEST(Session, MasterConnectsToItsPeerAndNeverPolls) {
     rig.open();
     rig->advancedRemote = true;
     rig->Connect.push();
-    EXPECT_FALSE(rig->advancedRemote);
+    EXPECT_FALSE(rig->advancedRemote || rig->watchDog.enabled());
     EXPECT_EQ(rig.serial.opens, 0);
-    EXPECT_FALSE(rig->watchDog.enabled());
     EXPECT_EQ(rig.remoteControl.connects, 1);
-    EXPECT_EQ(rig.remoteControl.address, QStringLiteral("127.0.0.2"));
-    EXPECT_EQ(rig.remoteControl.port, 7850);
+    EXPECT_EQ(rig.remoteControl.address + ':' + QString::number(rig.remoteControl.port),
+              QStringLiteral("127.0.0.2:7850"));
 
     // A watchDog left on from a solo session fires, and its handler does nothing in master.
     rig->watchDog.setEnabled(true);
     rig.advance(5000);
     EXPECT_TRUE(rig.serial.writes.empty());
 
-    // With no peer, commands are dropped silently; the clock is zeroed all the same.
+    // With no peer, commands are dropped silently, the clock zeroed all the same; with a peer
+    // they go to it with CR LF, after its greeting.
     rig->elapsedTime = 9;
     rig->sendStimData(QStringLiteral("A10"));
     EXPECT_EQ(rig->elapsedTime, 0);
     EXPECT_TRUE(rig.remoteControl.sent.isEmpty());
-    // With a peer they go to it with CR LF.
-    rig.remoteControl.peerConnects();
-    rig.advance(1);
-    EXPECT_EQ(rig.remoteControl.sent, QByteArray(";STATUS:type=QTR,25\r\n"));  // the greeting
-    rig.remoteControl.sent.clear();
+    rig.peerJoins(rig.remoteControl);
     rig->sendStimData(QStringLiteral("A10"));
-    EXPECT_EQ(rig.remoteControl.sent, QByteArray("A10\r\n"));
+    EXPECT_EQ(rig.remoteControl.sent, QByteArray(";STATUS:type=QTR,25\r\nA10\r\n"));
     EXPECT_GE(rig.remoteControl.flushes, 1);
 }
 
@@ -99,21 +99,18 @@ TEST(Session, BrokerAndSoloBranchesOfConnect) {
     rig.settings(QStringLiteral("mode=slave\nusebroker=true\n"));
     rig.open();
     rig->_activityToggle_Action();
-    rig.brokerSocket.peerConnects();
-    rig.advance(1);
+    rig.peerJoins(rig.brokerSocket);
     rig->brokerConnected = true;
     rig->hostInfo.setText(QStringLiteral("Connection from somebody"));
     rig->Connect.push();
     EXPECT_EQ(rig.brokerSocket.disconnects, 1);
     EXPECT_FALSE(rig->brokerConnected);
     EXPECT_TRUE(rig->hostInfo.text().isEmpty());
-    EXPECT_EQ(rig.remoteControl.listens, 0);
     EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Connecting to broker")));
 
     // Solo ends an open peer link.
     rig->systemMode = QStringLiteral("Solo");
-    rig.remoteControl.peerConnects();
-    rig.advance(1);
+    rig.peerJoins(rig.remoteControl);
     rig->Connect.push();
     EXPECT_FALSE(rig.remoteControl.isConnected());
 }
@@ -126,6 +123,7 @@ TEST(Session, StopHaltAndDefault) {
     EXPECT_EQ(rig.commandsSince(mark), QStringList{"E"});
 
     // STOP with the window shown: "K" at once, then playbackStop's two "K" 200 ms apart.
+    const QRegularExpression noPolls(QStringLiteral("^[^V]"));
     rig->overrideTimeout = true;
     rig->cmdSequence = {QStringLiteral("A5")};
     mark = rig.mark();
@@ -134,15 +132,7 @@ TEST(Session, StopHaltAndDefault) {
     EXPECT_FALSE(rig->overrideTimeout);
     EXPECT_EQ(rig->tickCounter.text(), QStringLiteral("STOP"));
     rig.advance(1000);
-    QStringList sent;
-    std::vector<qint64> at;
-    for (size_t i = mark; i < rig.mark(); ++i)
-        if (rig.serial.writes[i].bytes != "V\r") {
-            sent.append(QString::fromLatin1(rig.serial.writes[i].bytes).trimmed());
-            at.push_back(rig.serial.writes[i].timeMs - t0);
-        }
-    EXPECT_EQ(sent, QStringList({"K", "K", "K"}));
-    EXPECT_EQ(at, (std::vector<qint64>{0, 200, 400}));
+    EXPECT_EQ(timed(rig, mark, t0).filter(noPolls), QStringList({"K@0", "K@200", "K@400"}));
     EXPECT_EQ(rig->seqTimer.mode(), Timer::Off);  // ran dry and stopped
 
     // With the window hidden STOP still sends "K" but does not push playbackStop.
@@ -151,21 +141,18 @@ TEST(Session, StopHaltAndDefault) {
     mark = rig.mark();
     rig->allStop.push();
     rig.advance(1000);
-    EXPECT_EQ(rig.commandsSince(mark).filter(QStringLiteral("K")).size(), 1);
+    EXPECT_EQ(timed(rig, mark).filter(noPolls).size(), 1);
     EXPECT_TRUE(rig->tickCounter.text().isEmpty());
 
     // Halt stops the timers and leaves the outputs alone; rampDown is not its business.
     rig->rampDown.setMode(Timer::Multiple);
     rig->rampTimer.setMode(Timer::Multiple);
     rig->cmdSequence = {QStringLiteral("A1")};
-    rig->rampStep = 7;
     mark = rig.mark();
     rig->halt.push();
     EXPECT_EQ(rig->rampTimer.mode(), Timer::Off);
     EXPECT_EQ(rig->rampDown.mode(), Timer::Multiple);
-    EXPECT_EQ(rig->rampStep, 1);
     EXPECT_TRUE(rig->cmdSequence.isEmpty());
-    EXPECT_EQ(rig->randomStatus.text(), QStringLiteral("Stopped"));
     EXPECT_EQ(rig.mark(), mark);
 }
 
@@ -174,7 +161,6 @@ TEST(Session, TheRunClockCountsWhileALevelIsOn) {
     rig.connect();
     rig.box().setLevelA(20);
     rig.advance(2500);  // the poll brings A 20: manual control starts the clock
-    ASSERT_EQ(rig->channelA.value(), 20);
     EXPECT_EQ(rig->elapsedTimer.mode(), Timer::Multiple);
     rig->elapsedTime = 58;
     rig->elapsedTimer.reset();
@@ -203,7 +189,4 @@ TEST(Session, TheRunClockCountsWhileALevelIsOn) {
     EXPECT_EQ(rig.dialogs.messages.last(), QStringLiteral("Clicky click"));
     EXPECT_EQ(rig->seqTimer.mode(), Timer::Off);
     EXPECT_EQ(rig->loopTimer.mode(), Timer::Off);
-    rig->systemMode = QStringLiteral("slave");
-    rig->Event_Activate();
-    EXPECT_EQ(rig->modeLabel.text(), QStringLiteral("Mode: slave"));
 }
