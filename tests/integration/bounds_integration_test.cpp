@@ -18,37 +18,29 @@
 #include "support/run_until.h"
 
 using namespace velto;
+using namespace Qt::StringLiterals;
 
 namespace {
 
 /// The headless program as a slave on `port` (no box: Connect only listens), its output kept.
 struct HeadlessSlave {
     HeadlessSlave(const QString& port, const QStringList& options) {
-        QFile settings(prefs.filePath(QStringLiteral("veltoprefs.ini")));
+        QFile settings(prefs.filePath("veltoprefs.ini"));
         if (settings.open(QIODevice::WriteOnly))
-            settings.write(
-                QStringLiteral("mode=slave\nport=%1\nserial=/dev/velto-none\n").arg(port).toUtf8());
+            settings.write(QStringLiteral("mode=slave\nport=%1\nserial=/dev/velto-none\n").arg(port).toUtf8());
         settings.close();
         process.setProcessChannelMode(QProcess::MergedChannels);
-        process.start(
-            QStringLiteral(VELTO_APP_PATH),
-            QStringList{QStringLiteral("--headless"), QStringLiteral("--prefs"), prefs.path(),
-                        QStringLiteral("--connect"), QStringLiteral("--log"),
-                        QStringLiteral("--broadcast"), QStringLiteral("127.255.255.255")} +
-                options);
+        process.start(QStringLiteral(VELTO_APP_PATH),
+                      QStringList{"--headless", "--prefs", prefs.path(), "--connect", "--log", "--broadcast",
+                                  "127.255.255.255"} + options);
     }
     ~HeadlessSlave() {
         process.terminate();
         if (!process.waitForFinished(5000)) process.kill(), process.waitForFinished(3000);
     }
     /// True once the output holds `text`.
-    bool says(const QString& text, int timeoutMs = 5000) {
-        return runUntil(
-            [&] {
-                out += process.readAll();
-                return out.contains(text.toUtf8());
-            },
-            timeoutMs);
+    bool says(const QString& text) {
+        return runUntil([&] { return (out += process.readAll()).contains(text.toUtf8()); }, 5000);
     }
     QTemporaryDir prefs;
     QProcess process;
@@ -60,13 +52,11 @@ bool greeted(const QString& address, quint16 port) {
     QTcpSocket client;
     client.connectToHost(address, port);
     QByteArray got;
-    runUntil(
-        [&] {
-            got += client.readAll();
-            return got.contains(";STATUS:type=QTR,25") ||
-                   client.state() == QAbstractSocket::UnconnectedState;
-        },
-        3000);
+    auto done = [&] {
+        return (got += client.readAll()).contains(";STATUS:type=QTR,25") ||
+               client.state() == QAbstractSocket::UnconnectedState;
+    };
+    runUntil(done, 3000);
     return got.contains(";STATUS:type=QTR,25");
 }
 
@@ -75,11 +65,10 @@ int findSocket(const std::function<bool(quint16 local, quint16 peer)>& match) {
     for (int fd = 0; fd < 1024; ++fd) {
         sockaddr_in mine{}, theirs{};
         socklen_t n = sizeof mine, m = sizeof theirs;
-        if (::getsockname(fd, reinterpret_cast<sockaddr*>(&mine), &n) != 0 ||
-            mine.sin_family != AF_INET)
-            continue;
-        if (::getpeername(fd, reinterpret_cast<sockaddr*>(&theirs), &m) != 0) continue;
-        if (match(ntohs(mine.sin_port), ntohs(theirs.sin_port))) return fd;
+        if (::getsockname(fd, reinterpret_cast<sockaddr*>(&mine), &n) == 0 && mine.sin_family == AF_INET &&
+            ::getpeername(fd, reinterpret_cast<sockaddr*>(&theirs), &m) == 0 &&
+            match(ntohs(mine.sin_port), ntohs(theirs.sin_port)))
+            return fd;
     }
     return -1;
 }
@@ -95,32 +84,24 @@ int option(int fd, int level, int name) {
 TEST(BoundsIntegration, ASlaveListensOnTheGivenAddressOnlyAndSaysWhenItCannotListen) {
     const quint16 port = freePort();
     {
-        HeadlessSlave slave(QString::number(port),
-                            {QStringLiteral("--listen"), QStringLiteral("127.0.0.1")});
-        ASSERT_TRUE(slave.says(QStringLiteral("Address: 127.0.0.1"))) << slave.out.constData();
-        EXPECT_TRUE(greeted(QStringLiteral("127.0.0.1"), port));
-        EXPECT_FALSE(greeted(QStringLiteral("127.0.0.2"), port));  // another loopback address
+        HeadlessSlave slave(QString::number(port), {"--listen", "127.0.0.1"});
+        ASSERT_TRUE(slave.says("Address: 127.0.0.1")) << slave.out.constData();
+        EXPECT_TRUE(greeted("127.0.0.1", port));
+        EXPECT_FALSE(greeted("127.0.0.2", port));  // another loopback address
     }
     {
         HeadlessSlave slave(QString::number(port), {});
-        ASSERT_TRUE(slave.says(QStringLiteral("Address: "))) << slave.out.constData();
-        EXPECT_TRUE(greeted(QStringLiteral("127.0.0.2"), port));  // by default, every address
+        ASSERT_TRUE(slave.says("Address: ")) << slave.out.constData();
+        EXPECT_TRUE(greeted("127.0.0.2", port));  // by default, every address
     }
 
     QTcpServer holder;
     ASSERT_TRUE(holder.listen(QHostAddress::LocalHost, port));
-    const struct {
-        QString port;
-        const char* says;
-    } cases[] = {
-        {QString::number(port), "it is in use"},
-        {QStringLiteral("99999"), "no such port, or not allowed"},
-    };
-    for (const auto& c : cases) {
-        HeadlessSlave slave(c.port, {QStringLiteral("--listen"), QStringLiteral("127.0.0.1")});
-        EXPECT_TRUE(slave.says(
-            QStringLiteral("Not listening on port %1: %2").arg(c.port, QLatin1String(c.says))))
-            << slave.out.constData();
+    const std::pair<QString, const char*> cases[] = {{QString::number(port), "it is in use"},
+                                                     {"99999", "no such port, or not allowed"}};
+    for (const auto& [taken, why] : cases) {
+        HeadlessSlave slave(taken, {"--listen", "127.0.0.1"});
+        EXPECT_TRUE(slave.says(u"Not listening on port %1: %2"_s.arg(taken).arg(why))) << slave.out.constData();
         EXPECT_FALSE(slave.out.contains("Address: ")) << slave.out.constData();
     }
 }
@@ -146,8 +127,7 @@ TEST(BoundsIntegration, BothEndsOfALinkUseKeepAlive) {
     ASSERT_GE(masterFd, 0);
 
     for (const int fd : {slaveFd, masterFd}) {
-        SCOPED_TRACE(fd == slaveFd ? "accepted" : "connected");
-        EXPECT_EQ(option(fd, SOL_SOCKET, SO_KEEPALIVE), 1);
+        EXPECT_EQ(option(fd, SOL_SOCKET, SO_KEEPALIVE), 1) << (fd == slaveFd ? "accepted" : "connected");
         EXPECT_EQ(option(fd, IPPROTO_TCP, TCP_KEEPIDLE), kKeepAliveIdleS);
         EXPECT_EQ(option(fd, IPPROTO_TCP, TCP_KEEPINTVL), kKeepAliveIntervalS);
         EXPECT_EQ(option(fd, IPPROTO_TCP, TCP_KEEPCNT), kKeepAliveProbes);

@@ -23,15 +23,13 @@ TEST(CaptionScripts, RunTheNamedScriptWithTextThenCamera) {
     const QString out = resources.filePath(QStringLiteral("out"));
     auto result = [&out] {
         QFile file(out);
-        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll())
-                                              : QStringLiteral("<none>");
+        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QStringLiteral("<none>");
     };
-    runner.run(QString::fromLatin1(kMessageCaptionScript),
-               {QStringLiteral("A:37.5 'quoted' text"), QStringLiteral("Desk cam")});
-    EXPECT_EQ(result(), QStringLiteral("2|A:37.5 'quoted' text|Desk cam"));
+    runner.run(kMessageCaptionScript, {"A:37.5 'quoted' text", "Desk cam"});
+    EXPECT_EQ(result(), "2|A:37.5 'quoted' text|Desk cam");
     // The clearing: an empty text is still an argument of its own.
-    runner.run(QString::fromLatin1(kMessageCaptionScript), {QString(), QStringLiteral("Desk cam")});
-    EXPECT_EQ(result(), QStringLiteral("2||Desk cam"));
+    runner.run(kMessageCaptionScript, {QString(), "Desk cam"});
+    EXPECT_EQ(result(), "2||Desk cam");
 }
 
 }  // namespace
