@@ -128,14 +128,9 @@ TEST(BrokerSession, ALinkedSlaveRunsTheMastersLinesAndReportsBack) {
         ";VELTO:Control/Server version 2.6.1, build 25 on OS X (via Velto Broker)\r\n"
         ";STATUS:type=QTR,25\r\n"));
 
-    // A device line reaches the box; the box's reply goes back as a status line.
-    s.say("A55");
-    s.advance(500);
-    EXPECT_EQ(s.box().levelA(), 55);
-    EXPECT_TRUE(s.sent().contains(QString::fromLatin1(s.box().statusLine()) + "\r\n"));
-
     // Every line counts against the time-out, chat too: 29 s after a chat line nothing stops.
-    s.advance(20000);
+    s.say("A55");
+    s.advance(20500);
     s.say(";chat=boss;still here");
     s.advance(29000);
     EXPECT_EQ(s.box().levelA(), 55);
