@@ -59,7 +59,8 @@ TEST(BrokerSession, ServiceLinesShowTheirMessagesAndTheUserList) {
         {";denied", "Your connection request was rejected"},
         {";unavailable", "Sorry. The requested user is not online at present"},
         {";busy", "Sorry. The requested user is busy"},
-        {";total:0", "Sorry; there are no other users available via Velto Broker. Please try later"},
+        {";total:0",
+         "Sorry; there are no other users available via Velto Broker. Please try later"},
         {";disconnected", "The connection via VeltoBroker has been lost. The other person may have "
                           "quit, or lost their link to the server"},
         // Ten characters go, whatever they are.

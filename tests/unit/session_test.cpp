@@ -25,6 +25,7 @@ TEST(Session, SoloConnectOpensThePortWakesTheLineAndPollsEvery2500ms) {
     Rig rig;
     rig.open();
     rig->Connect.push();
+    EXPECT_TRUE(rig.serial.isOpen());
     EXPECT_EQ(rig.serial.portName(), QStringLiteral("/dev/tty.usbserial"));
     ASSERT_FALSE(rig.serial.writes.empty());
     EXPECT_EQ(rig.serial.writes[0].baud, 9600);
