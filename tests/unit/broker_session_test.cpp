@@ -129,6 +129,9 @@ TEST(BrokerSession, ALinkedSlaveRunsTheMastersLinesAndReportsBack) {
         ";VELTO:Control/Server version 2.6.1, build 25 on OS X (via Velto Broker)\r\n"
         ";STATUS:type=QTR,25\r\n"));
 
+    s.say(";GETSTATUS");  // extended commands answer over the broker too
+    EXPECT_TRUE(s.sent().contains(QStringLiteral(";STATUS:")));
+
     // Every line counts against the time-out, chat too: 29 s after a chat line nothing stops.
     s.say("A55");
     s.advance(20500);

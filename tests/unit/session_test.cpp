@@ -190,4 +190,7 @@ TEST(Session, TheRunClockCountsWhileALevelIsOn) {
     EXPECT_EQ(rig.dialogs.messages.last(), QStringLiteral("Clicky click"));
     EXPECT_EQ(rig->seqTimer.mode(), Timer::Off);
     EXPECT_EQ(rig->loopTimer.mode(), Timer::Off);
+    rig->systemMode = QStringLiteral("slave");
+    rig->Event_Activate();
+    EXPECT_EQ(rig->modeLabel.text(), QStringLiteral("Mode: slave"));
 }
