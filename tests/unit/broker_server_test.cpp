@@ -35,10 +35,8 @@ struct ManualClock final : Clock {
 /// Answers at once, or, when `deferred`, when the test says so.
 struct FakePins final : PinCheck {
     void check(const Credential& c, const QByteArray& pin, std::function<void(bool)> done) override {
-        if (deferred)
-            waiting.push_back([c, pin, done] { done(c.matches(pin)); });
-        else
-            done(c.matches(pin));
+        auto answer = [c, pin, done] { done(c.matches(pin)); };
+        deferred ? waiting.push_back(answer) : answer();
     }
     bool deferred = false;
     std::vector<std::function<void()>> waiting;

@@ -114,43 +114,36 @@ TEST(ConnectService, AStartTurnsTheCopyIntoAMasterAndFramesEachLineByKind) {
 }
 
 TEST(ConnectService, EachStatusCodeShowsItsTextAndChangesItsState) {
-    const struct {
-        QByteArray line;
-        const char* hostInfo;  // "": as it was
-        const char* message;   // "": none
-        bool linked, keyKept, closed;
-    } cases[] = {
-        {";200\n", "", "", true, true, false},
-        {";201\r\n", "Connection made", "", true, true, false},
-        {";202\r", "Connection lost", "", false, true, true},
-        {";210The box is on battery\r\n", "", "Server message: The box is on battery", true, true,
-         false},
-        {";300\n", "Waiting for link", "", true, true, false},
-        {";400\n", "Connection lost", "", false, true, true},
-        {";401\n", "", "Timeout. Please ask for another Connect Key and try again", true, false,
-         true},
-        {";402\n", "", "The Connect Key has expired. Please ask the other user for a new one", true,
-         false, true},
-        {";404\n", "", "The other user's 2B is being controlled by someone else. Try later", true,
-         true, true},
-        {";500\n", "", "Something really bad has happened. Disconnecting", false, true, true},
-        {";701\n", "Command blocked", "", true, true, false},
-        {";300\n;500\n", "Waiting for link", "", true, true, false},  // one read, one reply
+    // The state after each read: host info | message | link, key, connection.
+    const std::pair<QByteArray, QString> cases[] = {
+        {";200\n", "before||linked key open"},
+        {";201\r\n", "Connection made||linked key open"},
+        {";202\r", "Connection lost||unlinked key closed"},
+        {";210The box is on battery\r\n",
+         "before|Server message: The box is on battery|linked key open"},
+        {";300\n", "Waiting for link||linked key open"},
+        {";400\n", "Connection lost||unlinked key closed"},
+        {";401\n",
+         "before|Timeout. Please ask for another Connect Key and try again|linked closed"},
+        {";402\n", "before|The Connect Key has expired. Please ask the other user for a new one|"
+                   "linked closed"},
+        {";404\n", "before|The other user's 2B is being controlled by someone else. Try later|"
+                   "linked key closed"},
+        {";500\n", "before|Something really bad has happened. Disconnecting|unlinked key closed"},
+        {";701\n", "Command blocked||linked key open"},
+        {";300\n;500\n", "Waiting for link||linked key open"},  // one read, one reply
     };
-    for (const auto& c : cases) {
+    for (const auto& [line, state] : cases) {
         ConnectRig rig;
         rig->hostInfo.setText(QStringLiteral("before"));
-        rig->veltoLinked = !c.line.startsWith(";201");
-        rig.service(c.line);
-        const std::string row = c.line.toStdString();
-        EXPECT_EQ(rig->hostInfo.text(), QLatin1String(*c.hostInfo ? c.hostInfo : "before")) << row;
-        EXPECT_EQ(rig.dialogs.messages.join(QString()), QLatin1String(c.message)) << row;
-        EXPECT_EQ(rig->veltoLinked, c.linked) << row;
-        EXPECT_EQ(rig->veltoKey, c.keyKept ? kKey : QString()) << row;
-        EXPECT_EQ(rig.connectSocket.isConnected(), !c.closed) << row;
-        EXPECT_EQ(rig.logLines().last(),
-                  QStringLiteral("Connect server: ") + QString::fromLatin1(c.line).trimmed())
-            << row;
+        rig->veltoLinked = !line.startsWith(";201");
+        rig.service(line);
+        const char* key = rig->veltoKey == kKey ? " key" : rig->veltoKey.isEmpty() ? "" : " ?";
+        EXPECT_EQ(QString(rig->hostInfo.text() + '|' + rig.dialogs.messages.join(QString()) + '|' +
+                          (rig->veltoLinked ? "linked" : "unlinked") + key +
+                          (rig.connectSocket.isConnected() ? " open" : " closed")),
+                  state);
+        EXPECT_EQ(rig.logLines().last(), "Connect server: " + QString::fromLatin1(line).trimmed());
     }
 }
 
