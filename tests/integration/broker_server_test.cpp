@@ -68,7 +68,7 @@ struct BrokerApp : LiveApp {
     }
 };
 
-/// A client of the service's own wire, for what no copy of the program does headless.
+/// A user on the service's own wire, chatting from outside the program.
 struct RawClient {
     explicit RawClient(quint16 port) {
         QObject::connect(&socket, &QIODevice::readyRead, [this] { received += socket.readAll(); });
