@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "platform/text.h"
 
 using namespace velto;
@@ -20,14 +22,12 @@ TEST(Text, ValReadsALeadingNumberOrGivesZero) {
 }
 
 TEST(Text, FormatRoundsToTheNearestWholeNumber) {
-    EXPECT_EQ(Format(2.5, QStringLiteral("#")), QStringLiteral("3"));
-    EXPECT_EQ(Format(2.4999, QStringLiteral("#")), QStringLiteral("2"));
-    EXPECT_EQ(Format(0.2, QStringLiteral("#")), QStringLiteral("0"));  // the box must read a 0
-    EXPECT_EQ(Format(-0.2, QStringLiteral("#")), QStringLiteral("0"));
-    EXPECT_EQ(Format(12345678, QStringLiteral("#")), QStringLiteral("12345678"));  // no grouping
-    EXPECT_EQ(Format(1.0, QStringLiteral("#%")), QStringLiteral("100%"));
-    EXPECT_EQ(Format(-0.0474, QStringLiteral("#%")), QStringLiteral("-5%"));
-    EXPECT_EQ(Format(51.0 / 50.0, QStringLiteral("#%")), QStringLiteral("102%"));
+    // Halves away from zero, no grouping, and a tiny negative is a plain 0 the box can read.
+    for (const auto& [x, format, text] : std::vector<std::tuple<double, const char*, const char*>>{
+             {2.5, "#", "3"}, {2.4999, "#", "2"}, {0.2, "#", "0"}, {-0.2, "#", "0"},
+             {12345678, "#", "12345678"}, {1.0, "#%", "100%"}, {-0.0474, "#%", "-5%"},
+             {51.0 / 50.0, "#%", "102%"}})
+        EXPECT_EQ(Format(x, QLatin1String(format)), text) << x;
     EXPECT_THROW(Format(1, QStringLiteral("0.00")), std::invalid_argument);
 }
 
