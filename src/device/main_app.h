@@ -602,6 +602,9 @@ public:
     /// Applies one line of "veltoprefs.ini".
     void readSettingsLine(const QString& line);
     void readSettings(const QString& path);
+    /// Runs `reader` on a file at start-up; an unreadable or damaged file is logged and reported,
+    /// and start-up goes on.
+    void readAtStart(const QString& path, void (MainApp::*reader)(const QString&));
     /// A file reference from a full path, or nothing when the path can't name a file.
     static std::optional<QString> fileItem(const QString& path);
 

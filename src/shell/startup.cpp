@@ -2,9 +2,11 @@
 // settings, in this order. Nothing touches the device or the network here.
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include "device/main_app.h"
+#include "platform/boundary.h"
 #include "platform/text.h"
 
 namespace velto {
@@ -29,7 +31,7 @@ void MainApp::App_Event_Open() {
     if (!prefs.available()) return;
 
     const QString settings = prefs.child(QStringLiteral("veltoprefs.ini"));
-    if (QFileInfo::exists(settings)) readSettings(settings);
+    if (QFileInfo::exists(settings)) readAtStart(settings, &MainApp::readSettings);
 
     QString favourites;
     if (same(App.favsName, QString::fromLatin1(kFavsDefault))) {
@@ -44,8 +46,29 @@ void MainApp::App_Event_Open() {
     }
 
     const QString random = prefs.child(QStringLiteral("veltorandom.ini"));
-    if (QFileInfo(favourites).isFile()) readFavourites(favourites);
-    if (QFileInfo(random).isFile()) readRandomSettings(random);
+    if (QFileInfo::exists(favourites)) readAtStart(favourites, &MainApp::readFavourites);
+    if (QFileInfo::exists(random)) readAtStart(random, &MainApp::readRandomSettings);
+}
+
+// A damaged file costs only itself: what it gave before the fault stays, the fault is logged
+// and reported, and the files after it are read all the same. Nothing is written back: the
+// damaged file stays as it is until the user saves.
+void MainApp::readAtStart(const QString& path, void (MainApp::*reader)(const QString&)) {
+    QFile probe(path);
+    if (!probe.open(QIODevice::ReadOnly)) {
+        log(QStringLiteral("Could not read ") + path + QStringLiteral(": ") + probe.errorString());
+        return;
+    }
+    probe.close();
+    p_.boundary.run([&] {
+        try {
+            (this->*reader)(path);
+        } catch (const std::exception& e) {
+            log(QStringLiteral("Could not read all of ") + path + QStringLiteral(" (") +
+                QString::fromUtf8(e.what()) + QStringLiteral("): what came before it is kept"));
+            throw;
+        }
+    });
 }
 
 }  // namespace velto
