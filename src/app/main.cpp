@@ -230,8 +230,10 @@ int main(int argc, char** argv) {
         else
             print(stderr, QStringLiteral("unhandled: ") + what);
     });
-    if (!windowed)
+    if (!windowed) {
         mainApp.activityLog.lineLogged.connect([](const QString& line) { print(stdout, line); });
+        mainApp.reopenGoneBox = true;
+    }
 
     platform.https = &https;
     platform.pageServer = &pageServer;

@@ -150,6 +150,8 @@ void MainApp::Connect_Action() {
             watchDog.setEnabled(true);
         } else {
             p_.dialogs.message(QStringLiteral("Unable to connect"));
+            // A box server started before its box is plugged in takes it when it comes.
+            if (reopenGoneBox) velto_Error();
         }
     }
 
@@ -236,6 +238,10 @@ void MainApp::resetAll() {
 
 void MainApp::watchDog_Action() {
     if (same(systemMode, QStringLiteral("master"))) return;
+    if (!velto.isOpen()) {
+        if (reopenGoneBox) reopenBox();
+        return;
+    }
     // Straight to the port: not a command, so lastCommand and the clock are left alone.
     velto.write(QByteArrayLiteral("V\r"));
     velto.xmitWait();

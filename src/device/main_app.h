@@ -170,6 +170,10 @@ public:
     void stopOnLossOfControl(const QString& why);
     /// The serial line failed (the box was unplugged): playback and the queue end.
     void velto_Error();
+    /// Without a window there is no Connect to press: the poll opens the port again instead,
+    /// once the box is back.
+    bool reopenGoneBox = false;
+    void reopenBox();
     /// At exit: "K" to the box, waiting at most `limitMs` for it to leave. False if not sent.
     bool stopBoxForExit(int limitMs);
 

@@ -6,6 +6,10 @@
 
 namespace velto {
 
+namespace {
+const QString kBoxGone = QStringLiteral("(box gone: click Connect)");
+}  // namespace
+
 QString MainApp::sourceName(CommandSource source) {
     switch (source) {
         case CommandSource::Program: return QStringLiteral("program");
@@ -62,11 +66,28 @@ void MainApp::stopOnLossOfControl(const QString& why) {
 
 void MainApp::velto_Error() {
     resetAll();
-    watchDog.setEnabled(false);
-    veltoStatus.setText(QStringLiteral("(box gone: click Connect)"));
+    // The box that comes back owes no reply: a torn one or the last command would otherwise be
+    // taken for a wrong answer to it, and the command sent again to a box that starts at zero.
+    veltoResults.clear();
+    lastCommand.clear();
+    watchDog.setEnabled(reopenGoneBox);
+    veltoStatus.setText(kBoxGone);
     errText.setText(QStringLiteral("The box is gone"));
     log(QStringLiteral("The box is gone: the serial line ") + velto.portName() +
-        QStringLiteral(" failed. Playback stopped; Connect opens it again"));
+        QStringLiteral(" failed. Playback stopped; ") +
+        (reopenGoneBox ? QStringLiteral("it is opened again when the box is back")
+                       : QStringLiteral("Connect opens it again")));
+}
+
+void MainApp::reopenBox() {
+    // Only a box that went away: a port shut on purpose (for the switch of rate) stays shut.
+    if (velto.isOpen() || veltoStatus.text() != kBoxGone) return;
+    highSpeedEnabled = false;
+    if (!velto.open()) return;
+    velto.write(QByteArrayLiteral("\r"));
+    velto.xmitWait();
+    errText.setText({});
+    log(QStringLiteral("The box is back on ") + velto.portName());
 }
 
 bool MainApp::stopBoxForExit(int limitMs) {
