@@ -419,6 +419,8 @@ public:
     void connectSocket_Connected();
     /// One read is one status line: a service code from its front, or a reply of the far box.
     void connectSocket_DataAvailable();
+    /// The service closed the link: said in the log; the key links again.
+    void connectSocket_Error();
 
     // ---- Preferences window (shell/prefs_window.cpp) -----------------------------------------
     // A plain view on properties of MainApp: filled at each activation, written back by Done
@@ -505,6 +507,11 @@ public:
     /// Logs in to the service. The flag (true from a slave) changes nothing.
     void startBroker(bool slave);
     void brokerSocket_Connected();
+    /// The service is gone, in any state of the session: a slave stops its box, and the next
+    /// Connect logs in afresh.
+    void brokerSocket_Error();
+    /// ";quit" was sent: the service's close that follows is no loss.
+    bool brokerQuitAsked = false;
     /// Every whole line of the read goes to parseBrokerData; the piece after the last line end
     /// is dropped, as no receive buffer is kept.
     void brokerSocket_DataAvailable();

@@ -124,7 +124,17 @@ void MainApp::slaveTakesLine(const QString& text) {
 void MainApp::remoteControl_Error() {
     // A slave listens again whenever its peer goes, in HTTP mode too, so that a browser that
     // drops a spare connection can't leave it deaf until the next Connect.
-    if (remoteControl.lastErrorCode() != TcpSocket::LostConnection || !same(systemMode, kSlave)) return;
+    if (remoteControl.lastErrorCode() != TcpSocket::LostConnection) return;
+    if (same(systemMode, kMaster)) {
+        // Nothing to stop here, and no way back but Connect: the user is told which it was.
+        const bool wasLinked = hostInfo.text().startsWith(QLatin1String("Connected to "));
+        hostInfo.setText(wasLinked ? QStringLiteral("Connection lost")
+                                   : QStringLiteral("Could not connect to ") + remoteHostname);
+        log(wasLinked ? QStringLiteral("The slave closed the link; Connect links again")
+                      : hostInfo.text());
+        return;
+    }
+    if (!same(systemMode, kSlave)) return;
     requestWait.setMode(Timer::Off);
     // An answer owed to a web client that left is owed to nobody: the next client gets its own.
     if (httpSlave) httpResponse = true;

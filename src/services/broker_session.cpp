@@ -27,13 +27,7 @@ void MainApp::wireBroker() {
     ExceptionBoundary& b = p_.boundary;
     brokerSocket.onConnected = b.wrap([this] { brokerSocket_Connected(); });
     brokerSocket.onDataAvailable = b.wrap([this] { brokerSocket_DataAvailable(); });
-    // The service going away ends a slave's link to its master too.
-    brokerSocket.onError = b.wrap([this] {
-        if (brokerConnected && same(systemMode, kSlave) &&
-            brokerSocket.lastErrorCode() == TcpSocket::LostConnection)
-            stopOnLossOfControl(QStringLiteral("The broker link was lost"));
-    });
-    // A lost connection is not reported to the user: the service's own lines say what matters.
+    brokerSocket.onError = b.wrap([this] { brokerSocket_Error(); });
     brokerSocket.onTlsError = [this](const QString& reason) {
         p_.boundary.run([this, reason] { brokerSocket_TlsError(reason); });
     };
@@ -57,6 +51,7 @@ void MainApp::startBroker(bool slave) {
         p_.dialogs.message(QStringLiteral("Your must enter your email address and PIN for the Velto Broker service"));
         return;
     }
+    brokerQuitAsked = false;
     brokerSocket.address = brokerHost;
     brokerSocket.port = brokerPort;
     brokerSocket.connect();
@@ -69,6 +64,18 @@ void MainApp::brokerSocket_Connected() {
     hostInfo.setText(QStringLiteral("Connected to Broker"));
     MenuBar1.vbQuit.setEnabled(true);
     MenuBar1.vbConnect.setEnabled(false);
+}
+
+void MainApp::brokerSocket_Error() {
+    if (brokerSocket.lastErrorCode() != TcpSocket::LostConnection) return;
+    // The service going away ends a slave's link to its master too.
+    if (brokerConnected && same(systemMode, kSlave))
+        stopOnLossOfControl(QStringLiteral("The broker link was lost"));
+    // In whatever state the session was, it is over: the next Connect logs in afresh.
+    brokerConnected = false;
+    MenuBar1.vbConnect.setEnabled(true);
+    if (!brokerQuitAsked)  // after ";quit" the service closes, as asked
+        log(QStringLiteral("The link to the broker was lost; Connect logs in again"));
 }
 
 void MainApp::brokerSocket_TlsError(const QString& reason) { log(QStringLiteral("TLS: ") + reason); }
@@ -225,6 +232,7 @@ bool MainApp::_vbQuit_Action() {
         brokerSocket.write(QByteArrayLiteral(";quit\r"));
         brokerSocket.flush();
         hostInfo.setText({});
+        brokerQuitAsked = true;
     }
     return true;
 }

@@ -15,6 +15,7 @@ void MainApp::wireConnectService() {
     ExceptionBoundary& b = p_.boundary;
     connectSocket.onConnected = b.wrap([this] { connectSocket_Connected(); });
     connectSocket.onDataAvailable = b.wrap([this] { connectSocket_DataAvailable(); });
+    connectSocket.onError = b.wrap([this] { connectSocket_Error(); });
     // Not subject to serverLogging: a refused certificate must never pass unseen.
     connectSocket.onTlsError = [this](const QString& reason) {
         p_.boundary.run([this, &reason] { log(QStringLiteral("TLS: ") + reason); });
@@ -141,6 +142,13 @@ void MainApp::connectSocket_DataAvailable() {
         hostInfo.setText(QStringLiteral("Command blocked"));
     }
     // ";200", ";203" and unknown codes: the log line above is all.
+}
+
+void MainApp::connectSocket_Error() {
+    // A key cleared is a session ended on purpose (Disconnect, or the service's own answer).
+    if (connectSocket.lastErrorCode() != TcpSocket::LostConnection || veltoKey.isEmpty()) return;
+    veltoLinked = false;
+    log(QStringLiteral("The connect service closed the link; the Connect Key links again"));
 }
 
 bool MainApp::_disconnect_Action() {
