@@ -195,7 +195,8 @@ TEST(Safety, LosingControlStopsTheBoxAtOnce) {
     }
 }
 
-TEST(Safety, AVanishedBoxStopsPlaybackAndConnectOpensItAgain) {
+// Its way back, and the silence meanwhile, are the faults tests'; here, what it stops.
+TEST(Safety, AVanishedBoxStopsPlayback) {
     SlaveRig s;
     s->favsList.setListIndex(addFav(s, Fav{.rise = QStringLiteral("20")}));
     s->playSelected.push();
@@ -204,16 +205,7 @@ TEST(Safety, AVanishedBoxStopsPlaybackAndConnectOpensItAgain) {
     EXPECT_EQ(s->rampTimer.mode(), Timer::Off);
     EXPECT_EQ(s->seqTimer.mode(), Timer::Off);
     EXPECT_TRUE(s->cmdSequence.isEmpty());
-    EXPECT_EQ(s->errText.text(), QStringLiteral("The box is gone"));
     EXPECT_TRUE(logged(s, QStringLiteral("The box is gone")));
-    const size_t mark = s.serial.writes.size();
-    s.advance(10'000);
-    EXPECT_EQ(s.serial.writes.size(), mark);  // no polls to a port that isn't there
-    s.serial.comesBack();
-    s->Connect.push();
-    s.advance(3000);
-    EXPECT_TRUE(s.serial.isOpen());
-    EXPECT_TRUE(s.commandsSince(mark).contains(QStringLiteral("V")));
 }
 
 }  // namespace
