@@ -20,7 +20,6 @@ TEST(AboutView, ShowsWithItsModelAndItsLinksOpenPages) {
     auto* about = main.findChild<QWidget*>(QStringLiteral("aboutQTR"));
     ASSERT_NE(about, nullptr);
     EXPECT_FALSE(about->isVisible());
-
     rig->MenuBar1.aboutMenu.push();
     EXPECT_TRUE(about->isVisible());
     EXPECT_EQ(about->windowTitle(), QStringLiteral("About this app"));
@@ -30,13 +29,11 @@ TEST(AboutView, ShowsWithItsModelAndItsLinksOpenPages) {
     const QPixmap picture = about->findChild<QLabel*>(QStringLiteral("Canvas1"))->pixmap();
     ASSERT_FALSE(picture.isNull());
     EXPECT_NE(picture.toImage().pixelColor(36, 36).alpha(), 0);
-
     QTest::mouseClick(about->findChild<QLabel*>(QStringLiteral("changelog")), Qt::LeftButton);
     about->findChild<QPushButton*>(QStringLiteral("docsButton"))->click();
     about->findChild<QPushButton*>(QStringLiteral("aboutVBbutton"))->click();
     EXPECT_EQ(browser.opened, (QStringList{QString::fromLatin1(MainApp::kChangesUrl), QString::fromLatin1(MainApp::kDocsUrl),
                                            QString::fromLatin1(MainApp::kServiceAboutUrl)}));
-
     // The close box closes the model's window, and the widget goes with it.
     about->close();
     EXPECT_FALSE(rig->aboutQTR.window.visible());

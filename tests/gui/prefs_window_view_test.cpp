@@ -34,14 +34,12 @@ TEST(PrefsWindowView, FollowsItsModelsAndReachesTheHandlers) {
         portNumber->selectAll();
         QTest::keyClicks(portNumber, text);
     };
-
     // The menu item shows it; its activation fills the fields.
     EXPECT_FALSE(view->isVisible());
     rig->MenuBar1.prefsMenu.push();
     ASSERT_TRUE(QTest::qWaitForWindowActive(view));
     EXPECT_EQ(portNumber->text(), QStringLiteral("7900"));
     EXPECT_FALSE(comPorts->isVisible());
-
     // Models to widgets, widgets to models.
     rig->prefsWindow.portsInfo.setText(QStringLiteral("Found: ttyUSB0"));
     EXPECT_EQ(view->findChild<QLabel*>(QStringLiteral("portsInfo"))->text(),
@@ -56,14 +54,12 @@ TEST(PrefsWindowView, FollowsItsModelsAndReachesTheHandlers) {
     EXPECT_EQ(rig->systemMode, QStringLiteral("slave"));
     view->findChild<QCheckBox*>(QStringLiteral("useBroker"))->click();
     EXPECT_TRUE(rig->prefsWindow.useBroker.value());
-
     // Done takes the fields over and closes the window once.
     view->findChild<QPushButton*>(QStringLiteral("settingsDone"))->click();
     EXPECT_FALSE(view->isVisible());
     EXPECT_EQ(closes, 1);
     EXPECT_EQ(rig->remotePort, 8001);
     EXPECT_TRUE(rig->useBroker);
-
     // The close box: the Close event once, and the typed port number is dropped.
     rig->MenuBar1.prefsMenu.push();
     ASSERT_TRUE(QTest::qWaitForWindowActive(view));
