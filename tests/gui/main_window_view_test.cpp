@@ -103,8 +103,9 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
     ASSERT_NE(logWindow, nullptr);
     EXPECT_TRUE(logWindow->isVisible());
     rig->resetAll();
-    EXPECT_TRUE(logWindow->findChild<QPlainTextEdit*>(QStringLiteral("log"))->toPlainText().contains(
-        QStringLiteral("Mode change: timers reset")));
+    auto* logText = logWindow->findChild<QPlainTextEdit*>(QStringLiteral("log"));
+    EXPECT_TRUE(logText->toPlainText().contains(QStringLiteral("Mode change: timers reset")));
+    EXPECT_TRUE(logText->isReadOnly());  // the log is the program's to write
     logWindow->close();  // the user's close ends logging
     EXPECT_FALSE(rig->serverLogging);
     // The window holds nothing of its own: a new one shows the same state.

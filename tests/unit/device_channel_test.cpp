@@ -79,10 +79,10 @@ TEST(DeviceChannel, TheReplyCheckComparesTheFieldOfTheLastCommand) {
     Rig rig;
     rig.open();
     rig->checkResponses = true;
-    const QString reply = QStringLiteral("512:100:0:100:100:0:L:0:2.106");
+    const QString reply = QStringLiteral("512:100:0:100:80:0:L:0:2.106");
     // The field of the last command against its value; letters without case.
     for (const auto& [commands, passes] : std::vector<std::pair<const char*, bool>>{
-             {"A50 a50 B0 C50 D50 M0 L K J1 E", true}, {"A51 B1 C49 M1 H Y Axyz", false}}) {
+             {"A50 a50 B0 C50 D40 M0 L K J1 E", true}, {"A51 B1 C40 D50 M1 H Y Axyz", false}}) {
         for (const QString& command : QString::fromLatin1(commands).split(QLatin1Char(' '))) {
             rig->lastCommand = command;
             EXPECT_EQ(rig->validateResponse(reply), passes) << command.toStdString();
@@ -158,4 +158,18 @@ TEST(DeviceChannel, AWrongReplyIsCorrectedBySendingTheCommandAgain) {
     rig.advance(2500);
     EXPECT_EQ(rig.commandsAfter(mark), QStringList{});
     EXPECT_TRUE(rig.boundary.reports().isEmpty());
+}
+
+TEST(DeviceChannel, TheClockCountsSecondsThenMinutesWhileAnOutputIsOn) {
+    Rig rig;
+    rig->channelA.setValue(10);
+    rig->elapsedTimer.setMode(Timer::Multiple);
+    QStringList shown;
+    for (const qint64 ms : {59000, 1000, 1000}) {
+        rig.advance(ms);
+        shown << rig->tickCounter.text();
+    }
+    rig->channelA.setValue(0);
+    rig.advance(1000);
+    EXPECT_EQ(shown << rig->tickCounter.text(), QStringList({"59s", "60s", "1m1", "OFF"}));
 }

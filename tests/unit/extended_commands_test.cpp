@@ -129,6 +129,11 @@ TEST(ExtendedCommands, PlayHaltStopAndTheStepCommands) {
     size_t mark = s.mark();
     s.send(";STOPSEQ", 600);
     EXPECT_EQ(s.commandsAfter(mark), QStringList({"K", "K", "K"}));
+    s.send(";PLAYRANDOM");
+    EXPECT_EQ(s->randomStatus.text(), "Complete");  // nothing marked: over at once
+    s.send(";PLAYLOOP");
+    EXPECT_TRUE(s.logLines().contains("Random: starting loop"));
+    s.send(";STOPSEQ", 600);
 
     // UP: two steps 500 ms apart; only the second reply reaches the peer.
     s.advance(2600);

@@ -164,8 +164,8 @@ TEST(JSONItem, WrittenOutWithLinesAndIndentation) {
     EXPECT_TRUE(item.ToString().startsWith(QStringLiteral("{\n \"a\": 1,\n \"b\": [\n  1,")));
     // White space of every kind between tokens, and the escapes, read back as written.
     const JSONItem spaced(QStringLiteral(
-        " \r\n\t{ \"a\" : [ 1 , {} ] , \"\\u00e9\\n\" : \"x\\\"y\\\\z\\/\\uD834\\uDD1E\" } \n"));
-    EXPECT_EQ(spaced.ToString(), QString::fromUtf8(R"({"a":[1,{}],"é\n":"x\"y\\z\/𝄞"})"));
+        " \r\n\t{ \"a\" : [ 1 , {} ] , \"\\u00e9\\u00Aa\\u00Ff\\n\" : \"x\\\"y\\\\z\\/\\uD834\\uDD1E\" } \n"));
+    EXPECT_EQ(spaced.ToString(), QString::fromUtf8(R"({"a":[1,{}],"éªÿ\n":"x\"y\\z\/𝄞"})"));
 }
 
 TEST(JSONItem, StringsAreEscapedAtTheTableBoundaries) {

@@ -14,8 +14,10 @@ TEST(Ramp, TheWorkedCaseCommandByCommand) {
     rig.add({{}});  // A 40, B 20, Rise 30, Run 180, Fall 10, Pulse, low; C 50, D 60
     rig->favsList.setListIndex(0);
     rig.fromNow();
+    rig->elapsedTimer.setMode(Timer::Multiple);
     rig->playSelected.push();
     EXPECT_EQ(rig->tickCounter.text(), "RISE");
+    EXPECT_EQ(rig->elapsedTimer.mode(), Timer::Off);  // the playback owns the clock label
     EXPECT_EQ(labelsAfter(rig, {3000, 24000, 3000, 1000, 179000, 1000, 9000}),
               QStringList({"10%", "90%", "100%", "179", "FALL", "90%", "DONE"}));
     rig.advance(3000);

@@ -110,8 +110,16 @@ TEST(RemoteLink, HttpRequestsFlipTheModeAndAreCheckedForJumps) {
     s.send("GET /A90 HTTP/1.1\r\n\r\n", 2600);
     EXPECT_EQ(s->channelA.value(), 90);
 
-    // C and D are free while either output is at zero.
+    // C and D are held to the same step while both outputs are on, and free while either is off.
     s->remoteChecks = true;
+    s.box().setLevelB(20);
+    s.advance(2600);
+    for (const char* line : {"GET /C90 HTTP/1.1\r\n\r\n", "GET /D90 HTTP/1.1\r\n\r\n"}) {
+        s.peerJoins(s.remoteControl);
+        mark = s.mark();
+        s.send(line);
+        EXPECT_EQ(s.commandsAfter(mark), QStringList{"S"}) << line;
+    }
     s.box().setLevelB(0);
     s.advance(2600);
     s.peerJoins(s.remoteControl);

@@ -31,7 +31,8 @@ TEST(StatusDecoding, BatteryLevelsAndTheClockZeroedByAnyLevelChange) {
     for (const auto& [line, battery] : std::vector<std::pair<const char*, const char*>>{
              {"531:0:0:100:100:0:L:0:2.106", "Battery 50%"},
              {"300:0:0:100:100:0:L:0:2.106", "Battery -5%"},
-             {"800:0:0:100:100:0:L:0:2.106", "Battery 114%"}}) {
+             {"800:0:0:100:100:0:L:0:2.106", "Battery 114%"},
+             {"711:0:0:100:100:0:L:0:2.106", "Battery 93%"}}) {  // 92.65: both ends pinned
         deliver(rig, line);
         EXPECT_EQ(rig->batteryLabel.text(), battery);
         EXPECT_EQ(rig->veltoStatus.text(), line);
