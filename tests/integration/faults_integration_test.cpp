@@ -13,38 +13,11 @@
 
 #include "support/free_port.h"
 #include "support/run_until.h"
+#include "support/sim_process.h"
 
 using namespace velto;
 
 namespace {
-
-/// velto-sim in a child process, its trace listing the commands the box took.
-struct Box {
-    Box() {
-        process.setProgram(QStringLiteral(VELTO_SIM_PATH));
-        process.setArguments({QStringLiteral("--trace"), dir.filePath(QStringLiteral("trace")),
-                              QStringLiteral("--exit-with-parent")});
-        process.start();
-        runUntil([&] { return process.canReadLine(); }, 5000);
-        path = QString::fromLocal8Bit(process.readLine()).trimmed();
-    }
-    ~Box() {
-        process.terminate();
-        if (!process.waitForFinished(3000)) process.kill(), process.waitForFinished(3000);
-    }
-    bool took(const QString& command, int timeoutMs = 5000) {
-        return runUntil(
-            [&] {
-                QFile trace(dir.filePath(QStringLiteral("trace")));
-                return trace.open(QIODevice::ReadOnly) &&
-                       trace.readAll().contains(QByteArray(' ' + command.toLatin1() + '\n'));
-            },
-            timeoutMs);
-    }
-    QTemporaryDir dir;
-    QProcess process;
-    QString path;
-};
 
 bool write(const QString& path, const QByteArray& bytes) {
     QFile file(path);
@@ -61,7 +34,7 @@ QByteArray read(const QString& path) {
 TEST(Faults, TheBoxServerSaysEachFaultGoesOnAndKeepsTheDamagedFile) {
     QTemporaryDir prefs;
     const QString plug = prefs.filePath(QStringLiteral("box"));  // as a device link that follows the box
-    auto box = std::make_unique<Box>();
+    auto box = std::make_unique<SimProcess>();
     ASSERT_TRUE(QFile::link(box->path, plug));
     const quint16 port = freePort();
     const QString favourites = prefs.filePath(QStringLiteral("veltofavourites.ini"));
@@ -98,7 +71,7 @@ TEST(Faults, TheBoxServerSaysEachFaultGoesOnAndKeepsTheDamagedFile) {
     // Unplugged: said, and picked up again once a box is behind the name.
     box.reset();
     EXPECT_TRUE(says("The box is gone"));
-    box = std::make_unique<Box>();
+    box = std::make_unique<SimProcess>();
     ASSERT_TRUE(QFile::remove(plug) && QFile::link(box->path, plug));
     EXPECT_TRUE(says("The box is back"));
     first->write("A20\r\n");

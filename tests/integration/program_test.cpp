@@ -22,47 +22,12 @@
 #include "platform/qt/qt_serial_port.h"
 #include "support/free_port.h"
 #include "support/run_until.h"
+#include "support/sim_process.h"
 
 using namespace velto;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-/// velto-sim in a child process; its trace file lists the commands the box took.
-struct Sim {
-    explicit Sim(const QStringList& options) {
-        process.setProgram(QStringLiteral(VELTO_SIM_PATH));
-        process.setArguments(options + QStringList{"--trace", dir.filePath("trace"), "--exit-with-parent"});
-        process.start();
-        runUntil([&] { return process.canReadLine(); }, 5000);
-        path = QString::fromLocal8Bit(process.readLine()).trimmed();
-    }
-    ~Sim() {
-        process.terminate();
-        if (!process.waitForFinished(3000)) process.kill(), process.waitForFinished(3000);
-    }
-    /// The commands the box took, each with its CLOCK_MONOTONIC stamp in µs.
-    std::vector<std::pair<qint64, QString>> stamped() const {
-        QFile file(dir.filePath("trace"));
-        std::vector<std::pair<qint64, QString>> out;
-        if (!file.open(QIODevice::ReadOnly)) return out;
-        for (const QByteArray& line : file.readAll().split('\n')) {
-            if (line.isEmpty()) continue;
-            const qsizetype space = line.indexOf(' ');
-            out.emplace_back(line.left(space).toLongLong(),
-                             space < 0 ? QString() : QString::fromLatin1(line.mid(space + 1)));
-        }
-        return out;
-    }
-    QStringList commands() const {
-        QStringList out;
-        for (const auto& [stamp, command] : stamped()) out.append(command);
-        return out;
-    }
-    QTemporaryDir dir;
-    QProcess process;
-    QString path;
-};
 
 /// A settings file in `folder`.
 void writeSettings(const QTemporaryDir& folder, const QString& text) {
@@ -94,7 +59,7 @@ bool widgetsLoaded(qint64 pid) {
 
 TEST(Program, ConnectWakesTheLineAndTheFirstPollComesBackDecoded) {
     for (const QString firmware : {"2.106", "2.119"}) {
-        Sim sim({"--firmware", firmware, "--battery", "531"});
+        SimProcess sim({"--firmware", firmware, "--battery", "531"});
         ASSERT_FALSE(sim.path.isEmpty());
         QTemporaryDir prefs;
         writeSettings(prefs, QStringLiteral("serial=%1\n").arg(sim.path));
@@ -139,7 +104,7 @@ TEST(Program, ConnectWakesTheLineAndTheFirstPollComesBackDecoded) {
 }
 
 TEST(Program, HeadlessLogsToStandardOutputAndEndsCleanlyOnASignal) {
-    Sim sim({});
+    SimProcess sim;
     ASSERT_FALSE(sim.path.isEmpty());
     QTemporaryDir prefs;
     writeSettings(prefs, QStringLiteral("serial=%1\n").arg(sim.path));
@@ -198,7 +163,7 @@ TEST(Program, WithoutHeadlessItOpensItsWindowThroughTheWindowProgram) {
 // A slave's favourite rising and its peer stopping it at once: the line to the box goes on (the
 // polls every 2.5 s), with nothing stalled. Run many times under load by scripts/stress.
 TEST(Program, ASlaveKeepsItsLineAliveWhenAPeerStopsARisingFavouriteAtOnce) {
-    Sim sim({});
+    SimProcess sim;
     ASSERT_FALSE(sim.path.isEmpty());
     const quint16 port = freePort();
     QTemporaryDir prefs;
