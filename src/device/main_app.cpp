@@ -148,10 +148,16 @@ void MainApp::Connect_Action() {
             velto.write(QByteArrayLiteral("\r"));
             velto.xmitWait();
             watchDog.setEnabled(true);
+            awaitingBox = false;
         } else {
             p_.dialogs.message(QStringLiteral("Unable to connect"));
-            // A box server started before its box is plugged in takes it when it comes.
-            if (reopenGoneBox) velto_Error();
+            if (reopenGoneBox) {
+                // A box server started before its box is plugged in takes it when it comes.
+                awaitingBox = true;
+                watchDog.setEnabled(true);
+                log(QStringLiteral("No box on ") + serialPortName +
+                    QStringLiteral(" yet: it is opened when it is there"));
+            }
         }
     }
 

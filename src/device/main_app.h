@@ -173,6 +173,9 @@ public:
     /// Without a window there is no Connect to press: the poll opens the port again instead,
     /// once the box is back.
     bool reopenGoneBox = false;
+    /// The port is shut because the box went or was not there: only then does the poll reopen
+    /// it, never while it is shut on purpose for the switch of rate.
+    bool awaitingBox = false;
     void reopenBox();
     /// At exit: "K" to the box, waiting at most `limitMs` for it to leave. False if not sent.
     bool stopBoxForExit(int limitMs);

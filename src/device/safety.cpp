@@ -6,10 +6,6 @@
 
 namespace velto {
 
-namespace {
-const QString kBoxGone = QStringLiteral("(box gone: click Connect)");
-}  // namespace
-
 QString MainApp::sourceName(CommandSource source) {
     switch (source) {
         case CommandSource::Program: return QStringLiteral("program");
@@ -70,8 +66,9 @@ void MainApp::velto_Error() {
     // taken for a wrong answer to it, and the command sent again to a box that starts at zero.
     veltoResults.clear();
     lastCommand.clear();
+    awaitingBox = true;
     watchDog.setEnabled(reopenGoneBox);
-    veltoStatus.setText(kBoxGone);
+    veltoStatus.setText(QStringLiteral("(box gone: click Connect)"));
     errText.setText(QStringLiteral("The box is gone"));
     log(QStringLiteral("The box is gone: the serial line ") + velto.portName() +
         QStringLiteral(" failed. Playback stopped; ") +
@@ -80,10 +77,10 @@ void MainApp::velto_Error() {
 }
 
 void MainApp::reopenBox() {
-    // Only a box that went away: a port shut on purpose (for the switch of rate) stays shut.
-    if (velto.isOpen() || veltoStatus.text() != kBoxGone) return;
+    if (velto.isOpen() || !awaitingBox) return;
     highSpeedEnabled = false;
     if (!velto.open()) return;
+    awaitingBox = false;
     velto.write(QByteArrayLiteral("\r"));
     velto.xmitWait();
     errText.setText({});

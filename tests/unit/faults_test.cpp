@@ -46,6 +46,21 @@ TEST(Faults, ABoxThatVanishesMidCommandComesBackToAWorkingLine) {
     }
 }
 
+TEST(Faults, ABoxServerStartedWithoutItsBoxTakesItWhenItComes) {
+    Rig r;
+    r->reopenGoneBox = true;
+    r.serial.vanish();
+    r.connect();
+    EXPECT_FALSE(r.serial.isOpen());
+    EXPECT_TRUE(logged(r, QStringLiteral("yet: it is opened when it is there")));
+    r.advance(5000);
+    EXPECT_FALSE(r.serial.isOpen());  // polled for, quietly
+    r.serial.comesBack();
+    r.advance(2500);
+    EXPECT_TRUE(r.serial.isOpen());
+    EXPECT_TRUE(logged(r, QStringLiteral("The box is back")));
+}
+
 TEST(Faults, AServiceThatClosesIsSaidInEveryStateAndANewLoginWorks) {
     enum Step { Connecting, Connected, LoggedIn, Paired };
     for (const Step step : {Connecting, Connected, LoggedIn, Paired}) {
