@@ -17,19 +17,21 @@ namespace {
 
 /// Sets an environment variable for one scope (unset when `value` is null).
 struct ScopedEnv {
-    ScopedEnv(const char* name, const QString& value)
-        : name(name), saved(qgetenv(name)), had(qEnvironmentVariableIsSet(name)) {
-        if (value.isNull()) qunsetenv(name);
-        else qputenv(name, value.toLocal8Bit());
+    ScopedEnv(const char* name, const QString& value) : name(name), saved(qgetenv(name)) {
+        if (value.isNull())
+            qunsetenv(name);
+        else
+            qputenv(name, value.toLocal8Bit());
     }
-    ~ScopedEnv() {
-        if (had) qputenv(name, saved);
-        else qunsetenv(name);
-    }
+    ~ScopedEnv() { saved.isNull() ? qunsetenv(name) : qputenv(name, saved); }
     const char* name;
     QByteArray saved;
-    bool had;
 };
+
+// The owner's, the group's and the others' bits, without Qt's "user" ones.
+QFileDevice::Permissions mode(const QString& path) {
+    return QFileInfo(path).permissions() & QFileDevice::Permissions(0x7077);
+}
 
 }  // namespace
 
@@ -37,46 +39,39 @@ TEST(Preferences, TheFolderFollowsXdgConfigHomeAndIsMadePrivate) {
     QTemporaryDir root;
     const QString home = root.filePath(QStringLiteral("home"));
     ASSERT_TRUE(QDir().mkpath(home));
-    const QString inHome = home + QStringLiteral("/.config/velto");
-    const QString custom = root.filePath(QStringLiteral("xdg/config/velto"));
+    ScopedEnv homeEnv("HOME", home);
+    const QString xdg = root.filePath(QStringLiteral("xdg"));
     const struct {
-        const char* what;
-        QString xdg;  // null: unset
+        QString setting;   // null: unset
+        QString madeFrom;  // the first folder the program has to make
         QString expected;
-        QString madeFrom;  // the first folder the program had to make
     } cases[] = {
-        {"absolute, folders missing", root.filePath(QStringLiteral("xdg/config")), custom,
-         root.filePath(QStringLiteral("xdg"))},
-        {"unset", QString(), inHome, home + QStringLiteral("/.config")},
-        {"relative: ignored", QStringLiteral("xdg/config"), inHome, home + QStringLiteral("/.config")},
+        {xdg + QStringLiteral("/config"), xdg, xdg + QStringLiteral("/config/velto")},
+        {QString(), home + QStringLiteral("/.config"), home + QStringLiteral("/.config/velto")},
+        {QStringLiteral("xdg/config"), home + QStringLiteral("/.config"),  // relative: ignored
+         home + QStringLiteral("/.config/velto")},
     };
     for (const auto& c : cases) {
-        QDir(root.filePath(QStringLiteral("xdg"))).removeRecursively();
+        QDir(xdg).removeRecursively();
         QDir(home + QStringLiteral("/.config")).removeRecursively();
-        ScopedEnv homeEnv("HOME", home);
-        ScopedEnv xdgEnv("XDG_CONFIG_HOME", c.xdg);
+        ScopedEnv xdgEnv("XDG_CONFIG_HOME", c.setting);
         const Preferences prefs = Preferences::platformDefault();
         ASSERT_TRUE(prefs.available());
-        EXPECT_EQ(QDir::cleanPath(*prefs.folder()), c.expected) << c.what;
-        EXPECT_EQ(prefs.child(QStringLiteral("veltoprefs.ini")), c.expected + QStringLiteral("/veltoprefs.ini"));
-        for (QString made = c.expected; made.startsWith(c.madeFrom); made = QFileInfo(made).path()) {
-            ASSERT_TRUE(QFileInfo(made).isDir()) << made.toStdString();
-            EXPECT_EQ(QFileInfo(made).permissions() & 0x7077, QFileDevice::Permissions(0x7000))
+        EXPECT_EQ(QDir::cleanPath(*prefs.folder()), c.expected);
+        for (QString made = c.expected; made.startsWith(c.madeFrom); made = QFileInfo(made).path())
+            EXPECT_TRUE(QFileInfo(made).isDir() && mode(made) == QFileDevice::Permissions(0x7000))
                 << made.toStdString();
-        }
-        EXPECT_FALSE(QFileInfo::exists(QDir::current().filePath(QStringLiteral("xdg/config/velto"))));
     }
     // A folder that is there already keeps its mode; a file in its way means no folder at all.
-    ScopedEnv homeEnv("HOME", home);
-    ScopedEnv xdgEnv("XDG_CONFIG_HOME", root.filePath(QStringLiteral("shared")));
-    ASSERT_TRUE(QDir().mkpath(root.filePath(QStringLiteral("shared/velto"))));
-    QFile::setPermissions(root.filePath(QStringLiteral("shared/velto")), QFileDevice::Permissions(0x7755));
+    const QString shared = root.filePath(QStringLiteral("shared"));
+    ASSERT_TRUE(QDir().mkpath(shared + QStringLiteral("/velto")));
+    QFile::setPermissions(shared + QStringLiteral("/velto"), QFileDevice::Permissions(0x7755));
+    ScopedEnv sharedEnv("XDG_CONFIG_HOME", shared);
     EXPECT_TRUE(Preferences::platformDefault().available());
-    EXPECT_EQ(QFileInfo(root.filePath(QStringLiteral("shared/velto"))).permissions() & 0x7077,
-              QFileDevice::Permissions(0x7055));
+    EXPECT_EQ(mode(shared + QStringLiteral("/velto")), QFileDevice::Permissions(0x7055));
     QFile blocker(root.filePath(QStringLiteral("blocked")));
     ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
-    ScopedEnv blockedEnv("XDG_CONFIG_HOME", root.filePath(QStringLiteral("blocked")));
+    ScopedEnv blockedEnv("XDG_CONFIG_HOME", blocker.fileName());
     EXPECT_FALSE(Preferences::platformDefault().available());
 }
 
