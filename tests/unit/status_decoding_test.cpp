@@ -41,14 +41,14 @@ TEST(StatusDecoding, BatteryLevelsPowerAndTheClockZeroedByAnyLevelChange) {
         bool zeroed;
         const char* power;  // Hi, Lo, Dynamic
     } cases[] = {
-        {"700:101:40:30:20:0:L:0:2.119", true, "010"},
+        {"700:101:40:30:20:0:D:0:2.119", true, "001"},
         {"600:100:40:30:20:0:h:0:2.119", false, "100"},  // battery and power are no level change
         {"700:100:42:30:20:0:D:0:2.119", true, "001"},
         {"700:100:40:32:20:0:X:0:2.119", true, "001"},
         {"700:100:40:30:22:0:L:0:2.119", true, "010"},   // D in a mode with a setting D
-        {"700:100:40:30:22:2:L:0:2.119", false, "010"},  // D in the modes where it means nothing
+        {"700:100:40:30:22:2:H:0:2.119", false, "100"},  // D in the modes where it means nothing
         {"700:100:40:30:22:9:L:0:2.119", false, "010"},
-        {"700:100:40:30:22:10:L:0:2.119", false, "010"},
+        {"700:100:40:30:22:10:D:0:2.119", false, "001"},
     };
     for (const auto& c : cases) {
         rig->statusRefresh(QStringLiteral("700:100:40:30:20:0:X:0:2.119"));  // power as it was
