@@ -20,7 +20,9 @@ using playback_test::Fav;
 
 constexpr qint64 kLongest = std::numeric_limits<qint64>::max();
 
-qsizetype logged(const Rig& rig, const QString& text) { return rig.logLines().filter(text).size(); }
+qsizetype logged(const Rig& rig, const QString& text) {
+    return rig.logLines().filter(text).size();
+}
 
 TEST(Bounds, LongReadsAndCommandsNeverReachTheBoxAndLogOncePerPeer) {
     SlaveRig s;
@@ -38,10 +40,12 @@ TEST(Bounds, LongReadsAndCommandsNeverReachTheBoxAndLogOncePerPeer) {
     EXPECT_EQ(s->channelA.value(), 30);
     EXPECT_EQ(s->slaveTimeout, 600);
     // Each bound logs its first act only.
-    EXPECT_EQ(s.logLines().filter(" was dropped: a line is at most 4 KiB"),
-              QStringList{"A line of 4097 bytes from 127.0.0.7 was dropped: a line is at most 4 KiB"});
+    EXPECT_EQ(
+        s.logLines().filter(" was dropped: a line is at most 4 KiB"),
+        QStringList{"A line of 4097 bytes from 127.0.0.7 was dropped: a line is at most 4 KiB"});
     EXPECT_EQ(s.logLines().filter("was not sent to the box"),
-              QStringList{"A command of 4096 characters was not sent to the box: a command is at most 64"});
+              QStringList{
+                  "A command of 4096 characters was not sent to the box: a command is at most 64"});
 }
 
 TEST(Bounds, AnHttpClientThatSendsNoRequestIsDisconnectedAfterTenSeconds) {
@@ -65,7 +69,8 @@ TEST(Bounds, AnHttpClientThatSendsNoRequestIsDisconnectedAfterTenSeconds) {
         EXPECT_EQ(!s.remoteControl.isConnected(), c.cutOff) << c.settings << c.request.constData();
         EXPECT_EQ(s.remoteControl.isListening(), c.cutOff);
         EXPECT_EQ(s.remoteControl.listens, listens + (c.cutOff ? 1 : 0));
-        EXPECT_EQ(logged(s, "127.0.0.7 sent no request within 10 seconds: disconnected"), c.cutOff ? 1 : 0);
+        EXPECT_EQ(logged(s, "127.0.0.7 sent no request within 10 seconds: disconnected"),
+                  c.cutOff ? 1 : 0);
     }
 }
 
@@ -89,7 +94,8 @@ TEST(Bounds, APeerThatLeavesOneMebibyteUnreadIsDisconnectedAndTheBoxStops) {
         if (c.relays) s.remoteControl.unread = MainApp::kMaxPeerBacklog - 100;
         const size_t mark = s.serial.writes.size();
         qint64 before = 0;
-        while (s.remoteControl.isConnected() && s.remoteControl.unread < 2 * MainApp::kMaxPeerBacklog) {
+        while (s.remoteControl.isConnected() &&
+               s.remoteControl.unread < 2 * MainApp::kMaxPeerBacklog) {
             before = s.remoteControl.unread;
             c.ask(s);
         }
@@ -108,7 +114,8 @@ TEST(Bounds, NumbersFromPeersFilesAndFieldsSaturateInsteadOfWrapping) {
     // Periods from a peer are the longest a timer holds: ";TIMEOUT=1E16" stops no box.
     SlaveRig s;
     const std::pair<const char*, const Timer*> periods[] = {
-        {";TIMEOUT=1E16", &s->slaveIdle}, {";GOTO=40,40,50,50,1E17", &s->rampTimer},
+        {";TIMEOUT=1E16", &s->slaveIdle},
+        {";GOTO=40,40,50,50,1E17", &s->rampTimer},
         {";PLAY=40,40,50,50,1E17,10,10,1,L", &s->rampTimer}};
     for (const auto& [line, timer] : periods) {
         s.send(line);

@@ -16,7 +16,8 @@ namespace {
 
 std::vector<RecordingScriptRunner::Run> messageRuns(const Rig& rig) {
     std::vector<RecordingScriptRunner::Run> out;
-    std::copy_if(rig.scripts.runs.begin(), rig.scripts.runs.end(), std::back_inserter(out),
+    std::copy_if(
+        rig.scripts.runs.begin(), rig.scripts.runs.end(), std::back_inserter(out),
         [](const auto& run) { return run.script == QLatin1String(kMessageCaptionScript); });
     return out;
 }

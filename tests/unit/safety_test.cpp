@@ -4,10 +4,10 @@
 
 #include <functional>
 
+#include "platform/text.h"
 #include "playback_support.h"
 #include "support/broker_rig.h"
 #include "support/slave_rig.h"
-#include "platform/text.h"
 
 namespace velto {
 namespace {
@@ -32,10 +32,17 @@ TEST(Safety, NoSourcePassesTheCapsAndTheFirstCapOfEachIsLogged) {
         const char* source;  // as the log names it
         std::function<void(SlaveRig&)> act;
     };
-    const Fav high{.rise = QStringLiteral("3"), .run = QStringLiteral("1"), .fall = QStringLiteral("10"),
-                   .a = QStringLiteral("90"), .b = QStringLiteral("80")};
+    const Fav high{.rise = QStringLiteral("3"),
+                   .run = QStringLiteral("1"),
+                   .fall = QStringLiteral("10"),
+                   .a = QStringLiteral("90"),
+                   .b = QStringLiteral("80")};
     const std::vector<Case> cases = {
-        {"slider", [](SlaveRig& s) { s->channelA.setValue(90); s->channelB.setValue(90); }},
+        {"slider",
+         [](SlaveRig& s) {
+             s->channelA.setValue(90);
+             s->channelB.setValue(90);
+         }},
         {"plus and minus",
          [](SlaveRig& s) {
              s->channelA.setValue(30);
@@ -75,7 +82,11 @@ TEST(Safety, NoSourcePassesTheCapsAndTheFirstCapOfEachIsLogged) {
              s->loopBoostA.setText(QStringLiteral("5"));
              s->randomLoop.push();
          }},
-        {"TCP peer", [](SlaveRig& s) { s.send("A90\r\n"); s.send("b95\r\n"); }},
+        {"TCP peer",
+         [](SlaveRig& s) {
+             s.send("A90\r\n");
+             s.send("b95\r\n");
+         }},
         {"HTTP client",
          [](SlaveRig& s) {
              s.send("GET /;CHECKS=OFF HTTP/1.0\r\n\r\n");
@@ -83,7 +94,11 @@ TEST(Safety, NoSourcePassesTheCapsAndTheFirstCapOfEachIsLogged) {
              s.send("GET /B90 HTTP/1.0\r\n\r\n");
          }},
         // A joined box gives B what A gets: A is held to the lower cap.
-        {"TCP peer", [](SlaveRig& s) { s.send("J1\r\n"); s.send("A90\r\n"); }},
+        {"TCP peer",
+         [](SlaveRig& s) {
+             s.send("J1\r\n");
+             s.send("A90\r\n");
+         }},
     };
     for (size_t i = 0; i < cases.size(); ++i) {
         SlaveRig s(QStringLiteral("maxlevela=30\nmaxlevelb=20\nautoadjust=false\n"));
