@@ -7,11 +7,12 @@
 using namespace velto;
 
 namespace {
-QStringList levelCommands(const Rig& rig, size_t mark, std::vector<qint64>* times = nullptr) {
+/// The commands written since `mark`, the polls left out, and when each left.
+QStringList sentSince(const Rig& rig, size_t mark, std::vector<qint64>* times = nullptr) {
     QStringList out;
     for (size_t i = mark; i < rig.serial.writes.size(); ++i) {
         const QString c = QString::fromLatin1(rig.serial.writes[i].bytes).trimmed();
-        if (c == QLatin1String("V") || c.isEmpty()) continue;
+        if (c == QLatin1String("V")) continue;
         out.append(c);
         if (times) times->push_back(rig.serial.writes[i].timeMs);
     }
@@ -24,56 +25,48 @@ TEST(MainWindow, KeysMoveTheChannelsStepTheModeAndStop) {
     rig.box().setFirmware(QStringLiteral("2.104"));  // the join box stays a local mark
     rig.connect();
     rig.box().setLevelA(10);
-    rig.box().setLevelB(10);
     rig.advance(2500);
-    size_t mark = rig.serial.writes.size();
+    size_t mark = rig.mark();
     for (const char* key : {"+", "u", "<", "x"})
         EXPECT_FALSE(rig->Event_KeyDown(QLatin1String(key))) << key;
-    EXPECT_EQ(levelCommands(rig, mark), QStringList({"A11", "A12", "A11"}));
-    // Joined: B follows 500 ms later, through pause, while the event loop runs on. (The box's
-    // replies untick the box again on this firmware, so the key comes right after the tick.)
-    rig.advance(100);
-    rig->joinChannels.setValue(true);
-    mark = rig.serial.writes.size();
-    const qint64 t0 = rig.clock.nowMs();
-    std::vector<qint64> at;
-    rig->Event_KeyDown(QStringLiteral(">"));
-    EXPECT_EQ(rig.clock.nowMs(), t0 + 501);
-    EXPECT_EQ(levelCommands(rig, mark, &at), QStringList({"A12", "B11"}));
-    EXPECT_EQ(at, (std::vector<qint64>{t0, t0 + 501}));
-    // At the top the slider ignores the step, and the pause still runs.
-    rig->channelA.setValue(100);
-    rig->channelB.setValue(100);
-    rig.advance(100);
-    rig->joinChannels.setValue(true);
-    mark = rig.serial.writes.size();
-    const qint64 t1 = rig.clock.nowMs();
-    rig->Event_KeyDown(QStringLiteral("U"));
-    EXPECT_EQ(rig.clock.nowMs(), t1 + 501);
-    EXPECT_EQ(levelCommands(rig, mark), QStringList{});
+    EXPECT_EQ(sentSince(rig, mark), QStringList({"A11", "A12", "A11"}));
+    // Joined: B follows 500 ms later, through pause, while the event loop runs on. At the top
+    // the sliders ignore the step, and the pause still runs.
+    for (const int start : {10, 100}) {
+        rig->channelA.setValue(start), rig->channelB.setValue(start);
+        rig.advance(100);
+        rig->joinChannels.setValue(true);  // the box's replies untick it on this firmware
+        mark = rig.mark();
+        const qint64 t0 = rig.clock.nowMs();
+        std::vector<qint64> at;
+        rig->Event_KeyDown(QStringLiteral(">"));
+        EXPECT_EQ(rig.clock.nowMs(), t0 + 501);
+        EXPECT_EQ(sentSince(rig, mark, &at),
+                  start == 10 ? QStringList({"A11", "B11"}) : QStringList());
+        EXPECT_EQ(at, (start == 10 ? std::vector<qint64>{t0, t0 + 501} : std::vector<qint64>{}));
+    }
     // N steps the mode round the popup without moving it; the reply does that.
     rig->joinChannels.setValue(false);
     rig->ModeControl.setListIndex(13);
     rig.advance(100);
-    mark = rig.serial.writes.size();
+    mark = rig.mark();
     rig->Event_KeyDown(QStringLiteral("n"));
-    EXPECT_EQ(rig->newMode, 0);
     EXPECT_EQ(rig->ModeControl.listIndex(), 13);
-    EXPECT_EQ(levelCommands(rig, mark), QStringList{"M0"});
+    EXPECT_EQ(sentSince(rig, mark), QStringList{"M0"});
     rig.advance(50);
     EXPECT_EQ(rig->ModeControl.listIndex(), 0);
     // K stops: "K", then playbackStop's two; with STOP hidden, only the one.
     rig->overrideTimeout = true;
-    mark = rig.serial.writes.size();
+    mark = rig.mark();
     rig->Event_KeyDown(QStringLiteral("k"));
     EXPECT_FALSE(rig->overrideTimeout);
     rig.advance(1000);
-    EXPECT_EQ(levelCommands(rig, mark).size(), 3);
+    EXPECT_EQ(sentSince(rig, mark), QStringList({"K", "K", "K"}));
     rig->allStop.setVisible(false);
-    mark = rig.serial.writes.size();
+    mark = rig.mark();
     rig->Event_KeyDown(QStringLiteral("K"));
     rig.advance(1000);
-    EXPECT_EQ(levelCommands(rig, mark), QStringList{"K"});
+    EXPECT_EQ(sentSince(rig, mark), QStringList{"K"});
 }
 
 TEST(MainWindow, BrokerItemsFollowTheTableOnlyWithAKeyAndALogin) {
@@ -81,8 +74,9 @@ TEST(MainWindow, BrokerItemsFollowTheTableOnlyWithAKeyAndALogin) {
     rig.open();
     MenuBar& m = rig->MenuBar1;
     auto states = [&m] {
-        return std::vector<bool>{m.vbConnect.enabled(), m.vbQuit.enabled(), m.vbDisconnect.enabled(),
-                                 m.vbBlock.enabled(), m.vbRequest.enabled()};
+        return std::vector<bool>{m.vbConnect.enabled(), m.vbQuit.enabled(),
+                                 m.vbDisconnect.enabled(), m.vbBlock.enabled(),
+                                 m.vbRequest.enabled()};
     };
     const std::vector<bool> initial = states();
     rig->systemMode = QStringLiteral("slave");
@@ -92,8 +86,7 @@ TEST(MainWindow, BrokerItemsFollowTheTableOnlyWithAKeyAndALogin) {
     EXPECT_EQ(states(), initial);  // no Connect Key: left as they were
     rig->veltoKey = QStringLiteral("KEY");
     struct Row {
-        bool socketUp;
-        bool brokerConnected;
+        bool socketUp, brokerConnected;
         const char* mode;
         std::vector<bool> expected;  // connect, quit, disconnect, block, request
     } rows[] = {
@@ -127,18 +120,9 @@ TEST(MainWindow, TheMenuBarAndItsHandlers) {
     Rig rig;
     rig.open();
     MenuBar& m = rig->MenuBar1;
-    ASSERT_EQ(m.menus.size(), 5u);
-    EXPECT_EQ(m.menus[0].caption, QStringLiteral("&File"));
-    EXPECT_EQ(m.menus[2].items[4]->caption(), QStringLiteral("Terminate && block"));
-    EXPECT_EQ(platformShortcut(m.SaveAs.shortcut()), QStringLiteral("Ctrl+Shift+S"));
-    int manual = 0;
-    for (const Menu& menu : m.menus)
-        for (const MenuEntry* item : menu.items) manual += item->manual();
-    EXPECT_EQ(manual, 5);
-    // The activity item toggles the log window.
+    EXPECT_EQ(m.menus.at(2).items.at(4)->caption(), QStringLiteral("Terminate && block"));
     m.activityToggle.push();
-    EXPECT_TRUE(rig->serverLogging);
-    EXPECT_TRUE(rig->activityLog.window.visible());
+    EXPECT_TRUE(rig->serverLogging && rig->activityLog.window.visible());
     m.activityToggle.push();
     EXPECT_FALSE(rig->serverLogging);
     // New message acts in master only.
@@ -147,11 +131,4 @@ TEST(MainWindow, TheMenuBarAndItsHandlers) {
     rig->systemMode = QStringLiteral("master");
     m.FileNewmessage.push();
     EXPECT_TRUE(rig->compose.window.visible());
-    // Web pages open in the browser.
-    RecordingBrowser browser;
-    rig.platform->browser = &browser;
-    m.openStore.push();
-    m.aboutVB.push();
-    EXPECT_EQ(browser.opened, (QStringList{QString::fromLatin1(MainApp::kStoreUrl),
-                                           QString::fromLatin1(MainApp::kServiceAboutUrl)}));
 }

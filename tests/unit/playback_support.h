@@ -18,7 +18,19 @@ struct Sent {
     bool operator==(const Sent& o) const { return t == o.t && cmd == o.cmd; }
 };
 
-inline void PrintTo(const Sent& s, std::ostream* os) { *os << s.t << ":" << s.cmd.toStdString(); }
+inline void PrintTo(const Sent& s, std::ostream* os) {
+    *os << s.t << ":" << s.cmd.toStdString();
+}
+
+/// Timed commands from a list such as "200 L, 400 M0".
+inline std::vector<Sent> timed(const char* list) {
+    std::vector<Sent> out;
+    for (const QString& item : QString::fromLatin1(list).split(u',')) {
+        const QStringList parts = item.simplified().split(u' ');
+        out.push_back({parts.value(0).toLongLong(), parts.value(1)});
+    }
+    return out;
+}
 
 /// Commands written since write `mark`, timed from `t0`; the "V" polls are left out.
 inline std::vector<Sent> sentSince(const Rig& rig, size_t mark, qint64 t0) {
@@ -82,7 +94,8 @@ struct Player : Rig {
 
 /// Lines the peer received on the direct link, without their CR LF.
 inline QStringList peerLines(const Rig& rig) {
-    return QString::fromUtf8(rig.remoteControl.sent).split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+    return QString::fromUtf8(rig.remoteControl.sent)
+        .split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
 }
 
 /// The extended lines among them (the relayed status replies left out).

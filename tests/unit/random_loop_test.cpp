@@ -11,7 +11,9 @@ using namespace velto::playback_test;
 namespace {
 
 // Rise 20 s, Run 1 s, Fall 5 s with the rule off: 26 s a favourite.
-Fav quick(const char* mode) { return {.name = mode, .rise = "20", .run = "1", .fall = "5", .mode = mode}; }
+Fav quick(const char* mode) {
+    return {.name = mode, .rise = "20", .run = "1", .fall = "5", .mode = mode};
+}
 
 std::vector<qint64> timesOf(const std::vector<Sent>& sent, const char* command) {
     std::vector<qint64> out;
@@ -32,12 +34,9 @@ TEST(Random, EachTickedRowOnceAfterTheFirstDelayThenComplete) {
     rig.fromNow();
     rig->randomStart.push();
     EXPECT_EQ(rig->randMode.text(), "Waiting");
-    EXPECT_EQ(rig->randomStatus.text(), "Running");
     rig.advance(29999);
     EXPECT_TRUE(rig.sent().empty());
-    rig.advance(1);
-    EXPECT_EQ(rig->randMode.text(), "Random");
-    rig.advance(80000);
+    rig.advance(80001);
 
     const std::vector<Sent> sent = rig.sent();
     QStringList modes = commandsOnly(sent).filter(QRegularExpression("^M"));
@@ -46,24 +45,18 @@ TEST(Random, EachTickedRowOnceAfterTheFirstDelayThenComplete) {
     EXPECT_EQ(timesOf(sent, "L"), (std::vector<qint64>{30200, 56200, 82200}));
     // A random run ends each favourite with one pair of zeros only.
     EXPECT_EQ(std::vector<Sent>(sent.end() - 3, sent.end()),
-              (std::vector<Sent>{{107700, "A4"}, {108200, "B0"}, {108400, "A0"}}));
+              timed("107700 A4, 108200 B0, 108400 A0"));
     EXPECT_EQ(rig->randomStatus.text(), "Complete");
     // Neither the end of the run nor its last fall gives manual control back.
     EXPECT_TRUE(!rig->randomPlay && rig->randomSequence.empty() && !rig->manualControl);
-    const QStringList log = rig.logLines();
-    const qsizetype start = log.indexOf("Random: starting up");
-    ASSERT_GE(start, 0);
-    EXPECT_EQ(log.value(start + 1), "Random: waiting 0.5 minutes to start");
-    EXPECT_EQ(log.filter("Calling random playback").size(), 3);
-    EXPECT_TRUE(log.contains("Random: sequence completed"));
+    EXPECT_TRUE(rig.logLines().contains("Random: waiting 0.5 minutes to start"));
 }
 
 TEST(Random, NoRowTicked) {
     Player rig;
     rig.fromNow();
     rig->randomStart.push();
-    EXPECT_EQ(rig->randomStatus.text(), "Complete");
-    EXPECT_FALSE(rig->randomPlay);
+    EXPECT_TRUE(rig->randomStatus.text() == "Complete" && !rig->randomPlay);
     // A loop reads past the end of its empty round; the boundary reports it.
     rig->randomLoop.push();
     EXPECT_EQ(rig.boundary.reports().size(), 1);
@@ -76,12 +69,10 @@ TEST(Random, NoRowTicked) {
     waits->minDelay.setText("1"), waits->maxDelay.setText("1");
     waits->randomLoop.push();
     EXPECT_EQ(waits->randMode.text(), "Waiting 1");
-    QStringList rounds{waits->randomStatus.text()};
-    for (int i = 0; i < 2; ++i) {
-        waits.advance(1000);
-        rounds << waits->randomStatus.text();
-    }
-    EXPECT_EQ(rounds, QStringList({"Loop 2", "Loop 3", "Loop 4"}));
+    waits.advance(1999);
+    EXPECT_EQ(waits->randomStatus.text(), "Loop 3");
+    waits.advance(1);
+    EXPECT_EQ(waits->randomStatus.text(), "Loop 4");
     EXPECT_TRUE(waits.boundary.reports().isEmpty());
 }
 
@@ -123,25 +114,18 @@ TEST(Random, LoopBoostGrowsEachRoundOutlivesTheRunAndStopStopsPlayback) {
     }
     // Truncated 2.5 x rounds on top of 40; the first round has no boost.
     EXPECT_EQ(targets, (std::vector<qint64>{40, 42, 45, 47}));
-    EXPECT_EQ(rig->loopCount, 3);
-    EXPECT_EQ(rig->randomStatus.text(), "Loop 4");
 
     // Stop pushes the stop of playback.
     rig.advance(5000);
     rig.fromNow();
     rig->randomStop.push();
     rig.advance(5000);
-    EXPECT_EQ(rig.sent(), (std::vector<Sent>{{200, "K"}, {400, "K"}}));
-    EXPECT_EQ(rig->randomStatus.text(), "Stopped");
-    EXPECT_TRUE(rig->randMode.text().isEmpty());
-    EXPECT_EQ(rig->tickCounter.text(), "STOP");
-    EXPECT_FALSE(rig->randomPlay);
-    EXPECT_TRUE(rig.logLines().contains("Random: stop"));
+    EXPECT_EQ(rig.sent(), timed("200 K, 400 K"));
+    EXPECT_TRUE(rig->randomStatus.text() == "Stopped" && !rig->randomPlay);
 
     // Nothing resets the count: a new loop, and a plain random run, start boosted.
     rig->randomLoop.push();
     EXPECT_EQ(rig->targetA, 47);
-    EXPECT_EQ(rig->randomStatus.text(), "Running");
     rig->randomStop.push();
     rig->randomStart.push();
     EXPECT_EQ(rig->targetA, 47);
@@ -174,16 +158,12 @@ TEST(Random, ARoundEndsWithTwoWaitsAndTheTimeLimitEndsTheRunWhenAFallEnds) {
     rig->loopRuntime.setText("1.5");
     rig.fromNow();
     rig->randomLoop.push();
-    rig.advance(30000);
-    EXPECT_EQ(rig->randMode.text(), "Waiting 20");
     // The limit passes during the double wait; the favourite after it still plays in full.
-    rig.advance(59999);
+    rig.advance(89999);
     EXPECT_FALSE(rig->terminateLoop);
     rig.advance(1);
     EXPECT_TRUE(rig->terminateLoop);
-    rig.advance(10000);
-    EXPECT_EQ(rig->randomStatus.text(), "Loop 2");
-    rig.advance(100000);
+    rig.advance(110000);
 
     const std::vector<Sent> sent = rig.sent();
     // Favourites at 0 and 46 s within the round; the next round waits 20 s and 20 s more.
@@ -192,58 +172,38 @@ TEST(Random, ARoundEndsWithTwoWaitsAndTheTimeLimitEndsTheRunWhenAFallEnds) {
     EXPECT_EQ(rig->randomStatus.text(), "Time up");
     // The run is over, but the flags still say random and loop until the next resetAll.
     EXPECT_TRUE(rig->randomPlay && rig->loopMode);
-    EXPECT_EQ(rig->randMode.text(), "Random");
     EXPECT_EQ(rig->randomTimer.mode(), Timer::Off);
-    const QStringList log = rig.logLines();
-    EXPECT_EQ(log.filter("Random: waiting 20").size(), 3);
-    for (const char* line : {"Random: looping for 1.5 minutes", "Random: run time reached; stopping soon",
-                             "Random: loop finished"})
-        EXPECT_TRUE(log.contains(line)) << line;
+    EXPECT_TRUE(rig.logLines().contains("Random: run time reached; stopping soon"));
 }
 
 TEST(Random, SettingsFileReadAtStartUpAndSaved) {
     Rig rig;
     rig->minDelay.setText("kept");
-    rig.writePref("veltorandom.ini",
-                  "DelayFirst=TRUE\ndelayvalue=2.5\ndelaybetween=yes\ndelaymax=9\nrandomrun=true\nrunmin=10\n"
-                  "runmax=20=x\nrandompower=false\nlooppower=true\nloopboosta=2.5\nloopboostb=1\n"
-                  "looptimeout=true\nloopruntime=45\nother=1\n\n");
+    rig.writePref(
+        "veltorandom.ini",
+        "DelayFirst=TRUE\ndelayvalue=2.5\ndelaybetween=yes\ndelaymax=9\nrandomrun=true\nrunmin=10\n"
+        "runmax=20=x\nrandompower=false\nlooppower=true\nloopboosta=2.5\nloopboostb=1\n"
+        "looptimeout=true\nloopruntime=45\nother=1\n\n");
     rig.open();
     MainApp& a = *rig;
     QString boxes;
-    for (const CheckBox* b : {&a.delayFirst, &a.delayBetween, &a.randomTimes, &a.randomPower, &a.loopPower,
-                              &a.loopTimeout})
+    for (const CheckBox* b : {&a.delayFirst, &a.delayBetween, &a.randomTimes, &a.randomPower,
+                              &a.loopPower, &a.loopTimeout})
         boxes += b->value() ? u'1' : u'0';
-    auto fields = [&a] {
-        QStringList out;
-        for (const TextField* f : {&a.firstDelay, &a.minDelay, &a.maxDelay, &a.minRun, &a.maxRun, &a.loopBoostA,
-                                   &a.loopBoostB, &a.loopRuntime})
-            out << f->text();
-        return out;
-    };
+    QStringList fields;
+    for (const TextField* f : {&a.firstDelay, &a.minDelay, &a.maxDelay, &a.minRun, &a.maxRun,
+                               &a.loopBoostA, &a.loopBoostB, &a.loopRuntime})
+        fields << f->text();
     // "yes" is no "true"; a missing line keeps the field; a value is cut at the second "=".
     EXPECT_EQ(boxes, "101011");
-    EXPECT_EQ(fields(), QStringList({"2.5", "kept", "9", "10", "20", "2.5", "1", "45"}));
-
-    // A known key with no "=" fails the read there; what came before it stays.
-    rig.writePref("bad.ini", "delaymin=4\nrunmin\nrunmax=8\n");
-    EXPECT_THROW(rig->readRandomSettings(rig.prefPath("bad.ini")), OutOfBounds);
-    EXPECT_EQ(fields().mid(1, 4), QStringList({"4", "9", "10", "20"}));
+    EXPECT_EQ(fields, QStringList({"2.5", "kept", "9", "10", "20", "2.5", "1", "45"}));
 
     // All fourteen keys, in order; a mixed box counts as unticked.
     rig->delayFirst.setState(2);
     rig->minDelay.setText("a=b");
     rig->saveRandom();
-    const QString text = readText(rig.prefPath("veltorandom.ini"));
-    EXPECT_EQ(text, "delayfirst=false\ndelayvalue=2.5\ndelaybetween=false\ndelaymin=a=b\ndelaymax=9\n"
-                    "randomrun=true\nrunmin=10\nrunmax=20\nrandompower=false\nlooppower=true\n"
-                    "loopboosta=2.5\nloopboostb=1\nlooptimeout=true\nloopruntime=45\n");
-
-    // What one copy saves, the next one reads back, but for a field holding "=".
-    Rig next;
-    next.writePref("veltorandom.ini", text);
-    next.open();
-    EXPECT_TRUE(next->loopTimeout.value());
-    EXPECT_EQ(next->loopRuntime.text(), "45");
-    EXPECT_EQ(next->minDelay.text(), "a");
+    EXPECT_EQ(readText(rig.prefPath("veltorandom.ini")),
+              "delayfirst=false\ndelayvalue=2.5\ndelaybetween=false\ndelaymin=a=b\ndelaymax=9\n"
+              "randomrun=true\nrunmin=10\nrunmax=20\nrandompower=false\nlooppower=true\n"
+              "loopboosta=2.5\nloopboostb=1\nlooptimeout=true\nloopruntime=45\n");
 }
