@@ -59,12 +59,8 @@ inline QStringList labelsAfter(Rig& rig, const std::vector<qint64>& steps) {
 }
 
 struct Fav {
-    QString name = QStringLiteral("fav");
-    QString rise = QStringLiteral("30"), run = QStringLiteral("180"), fall = QStringLiteral("10");
-    QString mode = QStringLiteral("Pulse");
-    QString a = QStringLiteral("40"), b = QStringLiteral("20"), c = QStringLiteral("50"),
-            d = QStringLiteral("60");
-    QString power = QStringLiteral("L");
+    QString name = "fav", rise = "30", run = "180", fall = "10", mode = "Pulse";
+    QString a = "40", b = "20", c = "50", d = "60", power = "L";
     bool ticked = true;
 };
 

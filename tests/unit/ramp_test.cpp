@@ -129,13 +129,6 @@ TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
     master->gotoSelected.push();
     EXPECT_EQ(peerLines(master), QStringList{";goto=40,20,50,60,5,0,H"});
     EXPECT_FALSE(master->manualControl);
-
-    // Without the extended language the go-to plays here and its commands go to the slave.
-    master.remoteControl.sent.clear();
-    master->advancedRemote = false;
-    master->gotoSelected.push();
-    master.advance(1300);
-    EXPECT_EQ(peerLines(master), QStringList({"H", "M0", "D60", "C50", "B2", "A4"}));
 }
 
 TEST(Ramp, RunZeroCountsOnBelowZero) {
