@@ -120,7 +120,6 @@ TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
     Rig master;
     master.settings("mode=master\nhost=127.0.0.2\n");
     master.connect();
-    master->_activityToggle_Action();
     master.peerJoins(master.remoteControl);
     addFav(master, {.rise = "5", .power = "H"});
     master->favsList.setListIndex(0);
@@ -138,10 +137,7 @@ TEST(Ramp, RunZeroCountsOnBelowZero) {
     rig->playStimFavourite(0, false);
     EXPECT_EQ(labelsAfter(rig, {130000}), QStringList{"-100"});
     EXPECT_EQ(rig->rampDown.mode(), Timer::Off);
-    const QStringList lines = statusLines(rig);
-    const qsizetype first = lines.indexOf(";STATUS:countdown=-1");
-    ASSERT_GE(first, 0);
-    EXPECT_EQ(lines.at(first + 1), ";STATUS:sequence=true");
+    EXPECT_TRUE(statusLines(rig).join(u'|').contains(";STATUS:countdown=-1|;STATUS:sequence=true"));
 }
 
 TEST(Ramp, HaltOrANewFavouriteDuringAFall) {
