@@ -130,6 +130,7 @@ TEST(MainWindowView, KeysActWhicheverControlHasTheFocusButNotWhileTyping) {
     };
     EXPECT_EQ(press(table, '+'), QStringList{"A1"});
     EXPECT_EQ(press(popup, 'N'), QStringList{"M1"});
+    EXPECT_EQ(popup->currentIndex(), 1);  // moved by the box's reply, not by the key
     // Typed text stays text.
     EXPECT_EQ(press(field, '+'), QStringList{});
     EXPECT_EQ(rig->adjustA.text(), QStringLiteral("+"));
