@@ -88,15 +88,11 @@ struct Player : Rig {
     qint64 t0 = 0;
 };
 
-/// Lines the peer received on the direct link, without their CR LF.
-inline QStringList peerLines(const Rig& rig) {
-    return QString::fromUtf8(rig.remoteControl.sent)
-        .split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
-}
-
-/// The extended lines among them (the relayed status replies left out).
+/// The extended lines the peer received on the direct link (relayed replies left out).
 inline QStringList statusLines(const Rig& rig) {
-    return peerLines(rig).filter(QRegularExpression(QStringLiteral("^;")));
+    return QString::fromUtf8(rig.remoteControl.sent)
+        .split(QStringLiteral("\r\n"), Qt::SkipEmptyParts)
+        .filter(QRegularExpression(QStringLiteral("^;")));
 }
 
 /// A connected slave with a peer on the direct link, so that playback reports to it.

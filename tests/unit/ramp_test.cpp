@@ -126,7 +126,7 @@ TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
     master->advancedRemote = true;
     master.remoteControl.sent.clear();
     master->gotoSelected.push();
-    EXPECT_EQ(peerLines(master), QStringList{";goto=40,20,50,60,5,0,H"});
+    EXPECT_EQ(statusLines(master), QStringList{";goto=40,20,50,60,5,0,H"});
     EXPECT_FALSE(master->manualControl);
 }
 
