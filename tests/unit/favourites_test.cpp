@@ -133,13 +133,10 @@ TEST(Favourites, SelectionShowsTheDetailLineAndDeleteRemovesOnlyTheSelectedRow) 
     MainApp& app = *rig;
     addRows(app.favsList, {"one,30,180,10,1,Pulse,40,41,50,51,h", "two,30,180,10,1,Milk,5,6,7,8,L",
                            "three,30,180,10,1,Wave,1,2,3,4,H"});
-    QStringList shown;
-    for (int row : {0, 1}) {
-        app.favsList.setListIndex(row);
-        shown << app.favInfo.text();
-    }
-    EXPECT_EQ(shown,
-              QStringList({"Pulse, high power, A40 B41 C50 D51", "Milk, low power, A5 B6 C7 D8"}));
+    app.favsList.setListIndex(0);
+    EXPECT_EQ(app.favInfo.text(), "Pulse, high power, A40 B41 C50 D51");  // any case of "H"
+    app.favsList.setListIndex(1);
+    EXPECT_EQ(app.favInfo.text(), "Milk, low power, A5 B6 C7 D8");
     app.deleteSelected.push();
     EXPECT_EQ(rowsOf(app.favsList), QStringList({"one,30,180,10,1,Pulse,40,41,50,51,h",
                                                  "three,30,180,10,1,Wave,1,2,3,4,H"}));
