@@ -7,24 +7,20 @@
 #include <QTemporaryDir>
 
 #include "platform/qt/apple_script_runner.h"
+#include "support/rig.h"
 
 namespace velto {
 namespace {
 
 TEST(CaptionScripts, RunTheNamedScriptWithTextThenCamera) {
     QTemporaryDir resources;
-    ASSERT_TRUE(resources.isValid());
     QFile script(resources.filePath(QString::fromLatin1(kMessageCaptionScript)));
     ASSERT_TRUE(script.open(QIODevice::WriteOnly));
     script.write("printf '%s|%s|%s' \"$#\" \"$1\" \"$2\" > \"$(dirname \"$0\")/out\"\n");
     script.close();
 
     AppleScriptRunner runner(resources.path(), QStringLiteral("/bin/sh"));
-    const QString out = resources.filePath(QStringLiteral("out"));
-    auto result = [&out] {
-        QFile file(out);
-        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QStringLiteral("<none>");
-    };
+    const auto result = [&] { return readText(resources.filePath(QStringLiteral("out"))); };
     runner.run(kMessageCaptionScript, {"A:37.5 'quoted' text", "Desk cam"});
     EXPECT_EQ(result(), "2|A:37.5 'quoted' text|Desk cam");
     // The clearing: an empty text is still an argument of its own.

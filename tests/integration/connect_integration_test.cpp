@@ -1,6 +1,5 @@
-// The connect service end to end: `velto --headless --connect-key` against a stand-in service
-// on 127.0.0.1 with the throw-away certificates of tests/data, the test speaking for it; and a
-// service whose certificate isn't trusted, refused before a byte is sent.
+// The connect service end to end: `velto --headless --connect-key` against stand-in services on
+// 127.0.0.1 with the throw-away certificates of tests/data, the test speaking for them.
 
 #include <gtest/gtest.h>
 
@@ -8,25 +7,22 @@
 #include "support/velto_process.h"
 
 using namespace velto;
+using namespace Qt::StringLiterals;
 
 namespace {
 
 QStringList options(const TlsStandIn& service, const QString& key) {
-    return {QStringLiteral("--headless"),        QStringLiteral("--connect-key"),
-            key,                                 QStringLiteral("--connect-service"),
-            service.hostPort(),                  QStringLiteral("--ca-file"),
-            testDataPath(QStringLiteral("ca.pem"))};
+    return {"--headless", "--connect-key",          key, "--connect-service", service.hostPort(),
+            "--ca-file",  testDataPath(u"ca.pem"_s)};
 }
 
 }  // namespace
 
-TEST(ConnectServiceProgram, AKeyOnTheCommandLineOpensASessionThatFollowsTheServiceCodes) {
-    TlsStandIn service{QStringLiteral("server")};
-    ASSERT_TRUE(service.ok);
+TEST(ConnectServiceProgram, AKeyOpensASessionThatFollowsTheServiceCodesOnATrustedServiceOnly) {
+    TlsStandIn service{u"server"_s};
     // The key as a link to the service named on the command line, with blanks after it.
-    VeltoProcess velto(options(service, QStringLiteral("https://127.0.0.1/connect/?key="
-                                                       "abCD1234efGH5678  ")) +
-                       QStringList{QStringLiteral("--log")});
+    VeltoProcess velto(options(service, u"https://127.0.0.1/connect/?key=abCD1234efGH5678  "_s) +
+                       QStringList{u"--log"_s});
 
     // The opening line, upper-cased and ended by LF alone, is all the service hears at first.
     ASSERT_TRUE(runUntil([&] { return service.received.endsWith('\n'); }, 15000))
@@ -36,23 +32,21 @@ TEST(ConnectServiceProgram, AKeyOnTheCommandLineOpensASessionThatFollowsTheServi
     // Each answer waits for the program to have read the one before: one read, one line. A
     // server message stays open; an expired key is shown and closes the program's end.
     service.client->write(";210The box is on battery\r\n");
-    ASSERT_TRUE(velto.said(QStringLiteral("message: Server message: The box is on battery")));
+    ASSERT_TRUE(velto.said(u"message: Server message: The box is on battery"_s));
     EXPECT_EQ(service.closes, 0);
     service.client->write(";402\n");
-    ASSERT_TRUE(velto.said(QStringLiteral(
-        "message: The Connect Key has expired. Please ask the other user for a new one")));
+    ASSERT_TRUE(velto.said(
+        u"message: The Connect Key has expired. Please ask the other user for a new one"_s));
     EXPECT_TRUE(runUntil([&] { return service.closes == 1; }, 15000));
     EXPECT_EQ(service.received, QByteArray(";connect=ABCD1234EFGH5678\n"));
-    EXPECT_FALSE(velto.err.contains(QLatin1String("unhandled")));
-}
+    EXPECT_FALSE(velto.err.contains(u"unhandled"_s));
 
-TEST(ConnectServiceProgram, AnUntrustedCertificateIsRefusedBeforeAnythingIsSent) {
-    TlsStandIn service{QStringLiteral("untrusted")};
-    ASSERT_TRUE(service.ok);
-    // No --log: the refusal is logged all the same.
-    VeltoProcess velto(options(service, QStringLiteral("abCD1234efGH5678")));
-    ASSERT_TRUE(velto.said(QStringLiteral(": TLS: "))) << velto.out.toStdString()
-                                                       << velto.err.toStdString();
-    EXPECT_TRUE(service.received.isEmpty());
-    EXPECT_FALSE(velto.out.contains(QLatin1String("Talking to server")));
+    // A service whose certificate isn't trusted is refused before a byte is sent; with no --log,
+    // the refusal is logged all the same.
+    TlsStandIn untrusted{u"untrusted"_s};
+    VeltoProcess refused(options(untrusted, u"abCD1234efGH5678"_s));
+    ASSERT_TRUE(refused.said(u": TLS: "_s))
+        << refused.out.toStdString() << refused.err.toStdString();
+    EXPECT_TRUE(untrusted.received.isEmpty());
+    EXPECT_FALSE(refused.out.contains(u"Talking to server"_s));
 }

@@ -11,6 +11,7 @@
 #include "support/velto_process.h"
 
 using namespace velto;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -59,8 +60,8 @@ QByteArray appinfo(int latestbuild) {
 }  // namespace
 
 TEST(UpdateCheckProgram, ExitStatusAndMessageTellTheOutcome) {
-    const QString unable = QStringLiteral(
-        "message: Unable to get update information from the server. Please try later");
+    const QString unable =
+        u"message: Unable to get update information from the server. Please try later"_s;
     const struct {
         const char* certificate;
         int status;
@@ -68,10 +69,10 @@ TEST(UpdateCheckProgram, ExitStatusAndMessageTellTheOutcome) {
         int exitCode;
         QString line;  // a prefix of it when it ends in ": "
     } cases[] = {
-        {"server", 200, appinfo(260), 0, QStringLiteral("message: This app is up to date")},
+        {"server", 200, appinfo(260), 0, u"message: This app is up to date"_s},
         {"server", 200, appinfo(261), 10,
-         QStringLiteral("message: There is a new version of this app available  Version 2.7.0 "
-                        "(build 261)  Faster ramps.  Do you want to download the update?")},
+         u"message: There is a new version of this app available  Version 2.7.0 (build 261)  "
+         "Faster ramps.  Do you want to download the update?"_s},
         {"server", 500, appinfo(261), 1, unable},
         {"untrusted", 200, appinfo(261), 1, unable},
         {"server", 200, "<html>Bad gateway</html>", 1, QStringLiteral("unhandled: ")},
@@ -81,9 +82,8 @@ TEST(UpdateCheckProgram, ExitStatusAndMessageTellTheOutcome) {
         ASSERT_TRUE(service.tls.ok);
         service.status = c.status;
         service.body = c.body;
-        VeltoProcess velto({QStringLiteral("--check-update"), QStringLiteral("--update-url"),
-                            service.url(), QStringLiteral("--ca-file"),
-                            testDataPath(QStringLiteral("ca.pem"))});
+        VeltoProcess velto({"--check-update", "--update-url", service.url(), "--ca-file",
+                            testDataPath(u"ca.pem"_s)});
         EXPECT_EQ(velto.exitCode(), c.exitCode) << c.body.constData();
         const QStringList lines = velto.err.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         ASSERT_EQ(lines.size(), 1) << velto.err.toStdString();
@@ -92,29 +92,21 @@ TEST(UpdateCheckProgram, ExitStatusAndMessageTellTheOutcome) {
         else
             EXPECT_EQ(lines[0], c.line) << c.certificate << c.status;
         ASSERT_EQ(service.requests.size(), *c.certificate == 's' ? 1 : 0);
-        if (*c.certificate == 's') {
-            const QByteArray& request = service.requests[0];
-            EXPECT_TRUE(request.startsWith("POST /appinfo/ HTTP/1.1\r\n")) << request.constData();
-            EXPECT_TRUE(request.contains("Content-Type: application/x-www-form-urlencoded\r\n"));
-            EXPECT_TRUE(request.endsWith("\r\n\r\nplatform=mac&appcode=1")) << request.constData();
-        }
+        if (&c != cases) continue;  // the request is the same in every row
+        const QByteArray& request = service.requests[0];
+        EXPECT_TRUE(request.startsWith("POST /appinfo/ HTTP/1.1\r\n")) << request.constData();
+        EXPECT_TRUE(request.contains("Content-Type: application/x-www-form-urlencoded\r\n"));
+        EXPECT_TRUE(request.endsWith("\r\n\r\nplatform=mac&appcode=1")) << request.constData();
     }
 
     // Service options that can't work stop the start.
-    QTemporaryDir dir;
-    QFile empty(dir.filePath(QStringLiteral("empty.pem")));
-    ASSERT_TRUE(empty.open(QIODevice::WriteOnly));
-    empty.close();
-    for (const QString& caFile : {dir.filePath(QStringLiteral("missing.pem")), empty.fileName()}) {
-        VeltoProcess velto({QStringLiteral("--check-update"), QStringLiteral("--ca-file"), caFile});
-        EXPECT_EQ(velto.exitCode(), 2);
-        EXPECT_EQ(velto.err,
-                  QStringLiteral("velto: no CA certificate could be read from ") + caFile + '\n');
-    }
-    VeltoProcess plain({QStringLiteral("--check-update"), QStringLiteral("--update-url"),
-                        QStringLiteral("http://127.0.0.1:1")});
+    const QString caFile = testDataPath(u"missing.pem"_s);
+    VeltoProcess noCa({"--check-update", "--ca-file", caFile});
+    EXPECT_EQ(noCa.exitCode(), 2);
+    EXPECT_EQ(noCa.err, "velto: no CA certificate could be read from " + caFile + '\n');
+    VeltoProcess plain({"--check-update", "--update-url", "http://127.0.0.1:1"});
     EXPECT_EQ(plain.exitCode(), 2);
-    EXPECT_TRUE(plain.err.startsWith(QLatin1String("velto: --update-url needs https://")));
+    EXPECT_TRUE(plain.err.startsWith(u"velto: --update-url needs https://"_s));
 }
 
 TEST(QtHttpsClient, AReplyThatKeepsComingIsCutAtTheTimeOutWhileEventsAreServed) {
@@ -129,7 +121,7 @@ TEST(QtHttpsClient, AReplyThatKeepsComingIsCutAtTheTimeOutWhileEventsAreServed) 
     QElapsedTimer elapsed;
     elapsed.start();
     QtHttpsClient client;
-    EXPECT_EQ(client.post(service.url() + QStringLiteral("/appinfo/"), {}, 1000), QByteArray());
+    EXPECT_EQ(client.post(service.url() + u"/appinfo/"_s, {}, 1000), QByteArray());
     EXPECT_GE(elapsed.elapsed(), 1000);
     EXPECT_LT(elapsed.elapsed(), 5000);
     EXPECT_GE(ticks, 5);
