@@ -8,10 +8,14 @@
 using namespace velto;
 
 TEST(BrokerSession, LogsInOnInfoOverTrustedTlsOnly) {
-    // A refused handshake is logged, logging on or not, and nothing is sent.
     Rig rig;
-    rig.settings(QStringLiteral("brokerid=me@velto.example\nbrokerpin=1\n"));
+    rig.settings(QStringLiteral("brokerid=me@velto.example\n"));
     rig.open();
+    rig->MenuBar1.vbConnect.push();  // no PIN: a message, no connection
+    EXPECT_EQ(rig.dialogs.messages, QStringList{"Your must enter your email address and PIN for "
+                                                "the Velto Broker service"});
+    // A refused handshake is logged, logging on or not, and nothing is sent.
+    rig->brokerPIN = QStringLiteral("1");
     rig->MenuBar1.vbConnect.push();
     rig.brokerSocket.failHandshake(QStringLiteral("The certificate is self-signed"));
     rig.advance(1);
