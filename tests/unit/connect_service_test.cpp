@@ -92,7 +92,6 @@ TEST(ConnectService, AStartTurnsTheCopyIntoAMasterAndAStopLeavesTheClosingToTheS
 TEST(ConnectService, EachStatusCodeShowsItsTextAndChangesItsState) {
     // The state after each read: host info | message | link, key, connection.
     const std::pair<QByteArray, QString> cases[] = {
-        {";200\n", "before||linked key open"},
         {";201\r\n", "Connection made||linked key open"},
         {";202\r", "Connection lost||unlinked key closed"},
         {";210The box is on battery\r\n",
