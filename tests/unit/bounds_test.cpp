@@ -37,7 +37,6 @@ TEST(Bounds, LongReadsAndCommandsNeverReachTheBoxAndLogOncePerPeer) {
     s.send(longest.toLatin1());
     s.send("a30\r\n", 50);
     EXPECT_EQ(s.commandsAfter(mark), (QStringList{longest, "A30"}));
-    EXPECT_EQ(s->channelA.value(), 30);
     EXPECT_EQ(s->slaveTimeout, 600);
     // Each bound logs its first act only.
     EXPECT_EQ(
@@ -67,7 +66,6 @@ TEST(Bounds, AnHttpClientThatSendsNoRequestIsDisconnectedAfterTenSeconds) {
         EXPECT_TRUE(s.remoteControl.isConnected());
         s.advance(2);
         EXPECT_EQ(!s.remoteControl.isConnected(), c.cutOff) << c.settings << c.request.constData();
-        EXPECT_EQ(s.remoteControl.isListening(), c.cutOff);
         EXPECT_EQ(s.remoteControl.listens, listens + (c.cutOff ? 1 : 0));
         EXPECT_EQ(logged(s, "127.0.0.7 sent no request within 10 seconds: disconnected"),
                   c.cutOff ? 1 : 0);
@@ -102,7 +100,6 @@ TEST(Bounds, APeerThatLeavesOneMebibyteUnreadIsDisconnectedAndTheBoxStops) {
         ASSERT_FALSE(s.remoteControl.isConnected()) << c.relays;
         EXPECT_LE(before, MainApp::kMaxPeerBacklog);
         EXPECT_GT(s.remoteControl.unread, MainApp::kMaxPeerBacklog);
-        EXPECT_TRUE(s.remoteControl.isListening());
         EXPECT_EQ(logged(s, "127.0.0.7 left more than 1 MiB of output unread: disconnected"), 1);
         s.advance(500);
         EXPECT_TRUE(s.commandsAfter(mark).contains("K"));
