@@ -17,36 +17,32 @@ struct Slave : SlaveRig {
 
 TEST(ExtendedCommands, SettingsCommandsFollowTheirTableOfValues) {
     Slave s;
-    using M = const MainApp&;
-    const struct {
-        const char* line;
-        std::function<bool(M)> holds;
-    } cases[] = {
-        {";CHECKS=OFF", [](M m) { return !m.remoteChecks; }},
-        {";CHECKS=NO", [](M m) { return m.remoteChecks; }},  // only an off word is off
-        {";TIMEOUT", [](M m) { return m.slaveTimeout == 600; }},
-        {";DELAYFIRST=", [](M m) { return !m.delayFirst.value(); }},
-        {";DELAYFIRST=2.5",
-         [](M m) { return m.delayFirst.value() && m.firstDelay.text() == "2.5"; }},
-        {";RANDOMDELAY=5,5",
-         [](M m) { return m.delayBetween.value() && m.minDelay.text() == "5"; }},
-        {";RANDOMDELAY=6,5",
-         [](M m) { return !m.delayBetween.value() && m.maxDelay.text() == "5"; }},
-        {";RANDOMDELAY=TRUE", [](M m) { return m.delayBetween.value(); }},  // an on word
-        {";RANDOMRUN=10,20", [](M m) { return m.randomTimes.value() && m.maxRun.text() == "20"; }},
-        {";LOOPBOOST=3,1", [](M m) { return m.loopPower.value() && m.loopBoostA.text() == "3"; }},
-        {";LOOPBOOST=1,2,3", [](M m) { return !m.loopPower.value(); }},
-        {";LOOPTIMEOUT=15",
-         [](M m) { return m.loopTimeout.value() && m.loopRuntime.text() == "15"; }},
-        {";LOOPTIMEOUT=0",
-         [](M m) { return m.loopTimeout.value() && m.loopRuntime.text() == "15"; }},
-        {";LOOPTIMEOUT=", [](M m) { return !m.loopTimeout.value(); }},
+    // Each line, and the settings it leaves as ";GETSTATUS" reads them back.
+    const std::pair<const char*, const char*> cases[] = {
+        {";CHECKS=OFF", "checks=false"},
+        {";CHECKS=NO", "checks=true"},  // only an off word is off
+        {";TIMEOUT", "timeout=600"},
+        {";DELAYFIRST=2.5", "delayfirst=true|delayvalue=2.5"},
+        {";DELAYFIRST=", "delayfirst=false"},
+        {";RANDOMDELAY=5,5", "delaybetween=true|mindelay=5"},
+        {";RANDOMDELAY=6,5", "delaybetween=false|maxdelay=5"},
+        {";RANDOMDELAY=TRUE", "delaybetween=true"},  // an on word
+        {";RANDOMRUN=10,20", "randomtimes=true|maxrun=20"},
+        {";LOOPBOOST=3,1", "looppower=true|loopboosta=3"},
+        {";LOOPBOOST=1,2,3", "looppower=false"},
+        {";LOOPTIMEOUT=15", "looptimeout=true|loopruntime=15"},
+        {";LOOPTIMEOUT=0", "looptimeout=true|loopruntime=15"},
+        {";LOOPTIMEOUT=", "looptimeout=false"},
     };
-    for (const auto& c : cases) {
-        s.send(c.line);
-        EXPECT_TRUE(c.holds(*s)) << c.line;
+    for (const auto& [line, settings] : cases) {
+        s.send(line);
+        EXPECT_TRUE(s.extendedLines().isEmpty()) << line;  // none of them answers
+        s.send(";GETSTATUS");
+        const QStringList status = s.extendedLines();
+        for (const QString& setting : QString::fromLatin1(settings).split(u'|'))
+            EXPECT_TRUE(status.contains(";STATUS:" + setting)) << line << setting.toStdString();
+        s.remoteControl.sent.clear();
     }
-    EXPECT_TRUE(s.extendedLines().isEmpty());  // none of them answers
 }
 
 TEST(ExtendedCommands, GotoQueuesSettingsAndTheFirstTenthAndRampsAtItsPace) {

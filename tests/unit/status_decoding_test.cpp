@@ -8,11 +8,6 @@ using namespace velto;
 
 namespace {
 
-QList<int> levels(Rig& rig) {
-    return {rig->channelA.value(), rig->channelB.value(), rig->channelC.value(),
-            rig->channelD.value()};
-}
-
 QString power(Rig& rig) {
     return QStringLiteral("%1%2%3")
         .arg(int(rig->powerHi.value()))
@@ -57,7 +52,9 @@ TEST(StatusDecoding, BatteryLevelsPowerAndTheClockZeroedByAnyLevelChange) {
         EXPECT_EQ(rig->veltoStatus.text(), c.line);
     }
     rig->statusRefresh(QStringLiteral("700:250:40:0:2:0:L:0:2.119"));  // beyond a slider's range
-    EXPECT_EQ(levels(rig), (QList<int>{100, 20, 2, 2}));
+    EXPECT_EQ((QList<int>{rig->channelA.value(), rig->channelB.value(), rig->channelC.value(),
+                          rig->channelD.value()}),
+              (QList<int>{100, 20, 2, 2}));
     // The controls' handlers ran under systemRefresh: they followed the box and said nothing.
     EXPECT_EQ(rig.commandsAfter(mark), QStringList{});
 }
