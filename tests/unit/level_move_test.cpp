@@ -94,7 +94,6 @@ TEST(Move, TooShortTimesAreLengthenedOrRefused) {
 TEST(Move, AdjustToAFavourite) {
     Rig rig;
     connectSlaveWithPeer(rig);
-    rig->_activityToggle_Action();
     rig->adjustSelected.push();
     EXPECT_EQ(rig.dialogs.messages,
               QStringList{"Select a favourite setting first, then click Jump"});
@@ -113,5 +112,4 @@ TEST(Move, AdjustToAFavourite) {
     EXPECT_EQ(rig->moveTimer.mode(), Timer::Off);
     EXPECT_EQ(rig.dialogs.messages.size(), 1);
     EXPECT_EQ(statusLines(rig), QStringList{";ERROR:1=Too many steps, or time period too short"});
-    EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Error: Invalid MOVE parameters")));
 }

@@ -58,32 +58,27 @@ TEST(ModePanel, SlidersPlusAndMinusSendTheirValueAndNothingAtTheBounds) {
     Rig rig;
     rig.connectLogging();
     using M = MainApp;
+    Slider* sliders[] = {&rig->channelA, &rig->channelB, &rig->channelC, &rig->channelD};
+    Label* numbers[] = {&rig->settingA, &rig->settingB, &rig->settingC, &rig->settingD};
     const struct {
         PushButton M::*button;
-        Slider M::*slider;
-        Label M::*number;
-        int start, after;
+        int channel, start, after;
         const char* command;  // nullptr: nothing is sent
     } cases[] = {
-        {&M::aMinus, &M::channelA, &M::settingA, 0, 0, nullptr},
-        {&M::aPlus, &M::channelA, &M::settingA, 40, 41, "A41"},
-        {&M::bPlus, &M::channelB, &M::settingB, 99, 100, "B100"},
-        {&M::bMinus, &M::channelB, &M::settingB, 0, 0, nullptr},
-        {&M::cMinus, &M::channelC, &M::settingC, 3, 2, "C2"},
-        {&M::cMinus, &M::channelC, &M::settingC, 2, 2, nullptr},
-        {&M::cPlus, &M::channelC, &M::settingC, 100, 100, nullptr},
-        {&M::dMinus, &M::channelD, &M::settingD, 2, 2, nullptr},
-        {&M::dPlus, &M::channelD, &M::settingD, 50, 51, "D51"},
+        {&M::aMinus, 0, 0, 0, nullptr},    {&M::aPlus, 0, 40, 41, "A41"},
+        {&M::bPlus, 1, 99, 100, "B100"},   {&M::bMinus, 1, 0, 0, nullptr},
+        {&M::cMinus, 2, 3, 2, "C2"},       {&M::cMinus, 2, 2, 2, nullptr},
+        {&M::cPlus, 2, 100, 100, nullptr}, {&M::dMinus, 3, 2, 2, nullptr},
+        {&M::dPlus, 3, 50, 51, "D51"},
     };
     for (const auto& c : cases) {
-        Slider& slider = (*rig).*c.slider;
-        slider.setValue(c.start);
+        sliders[c.channel]->setValue(c.start);
         rig.advance(20);
         const size_t mark = rig.mark();
         ((*rig).*c.button).push();
         rig.advance(20);  // sent at once, and the box's answer brings nothing back
-        EXPECT_EQ(slider.value(), c.after) << ((*rig).*c.button).name().toStdString() << c.start;
-        EXPECT_EQ(((*rig).*c.number).text(), QString::number(c.after));
+        EXPECT_EQ(sliders[c.channel]->value(), c.after) << c.channel << " from " << c.start;
+        EXPECT_EQ(numbers[c.channel]->text(), QString::number(c.after));
         EXPECT_EQ(rig.commandsSince(mark), c.command ? QStringList{c.command} : QStringList{});
     }
     // Joined channels are the box's business: the button moves its own channel only.

