@@ -16,7 +16,7 @@ void startMove(Rig& rig, const char* a, const char* b, const char* seconds) {
 }
 }  // namespace
 
-TEST(Move, RelativeAbsoluteAndClampedTargets) {
+TEST(Move, RelativeAbsoluteAndClampedTargetsAndAMoveToAFavourite) {
     struct Case {
         const char* text;
         qint64 current, target;
@@ -27,9 +27,29 @@ TEST(Move, RelativeAbsoluteAndClampedTargets) {
         EXPECT_EQ(MainApp::adjustTarget(QLatin1String(c.text), c.current), c.target)
             << c.text << " from " << c.current;
 
-    // Each level is computed from the start, rounded; the steps are those of the longer way.
     Rig rig;
     connectSlaveWithPeer(rig);
+    // To a favourite: cells 6 and 7 are the targets and the Rise is the time.
+    rig->adjustSelected.push();
+    EXPECT_EQ(rig.dialogs.messages,
+              QStringList{"Select a favourite setting first, then click Jump"});
+    rig->favsList.setListIndex(addFav(rig, {.rise = "40", .a = "20", .b = "8"}));
+    rig->adjustSelected.push();
+    EXPECT_TRUE(rig->diffA == 20 && rig->diffB == 8 && rig->moveTimer.period() == 2000);
+    // Too short with the rule off: resetAll has run, no message box, an error to the peer,
+    // and the move's figures stay as computed.
+    rig->autoAdjust = false;
+    rig->favsList.setCell(0, 1, QStringLiteral("5"));
+    rig->cmdSequence = {QStringLiteral("X")};
+    rig.remoteControl.sent.clear();
+    rig->adjustSelected.push();
+    EXPECT_TRUE(rig->cmdSequence.isEmpty());
+    EXPECT_EQ(rig->moveTimer.mode(), Timer::Off);
+    EXPECT_EQ(rig.dialogs.messages.size(), 1);
+    EXPECT_EQ(statusLines(rig), QStringList{";ERROR:1=Too many steps, or time period too short"});
+
+    // A move: each level is computed from the start, rounded; the steps are those of the
+    // longer way.
     rig.box().setLevelA(95);
     rig.box().setLevelB(5);
     rig.advance(2500);
@@ -89,27 +109,4 @@ TEST(Move, TooShortTimesAreLengthenedOrRefused) {
     }
     // Written with the log closed: the one line of a move that is.
     EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Move: adjusting period to 31 seconds")));
-}
-
-TEST(Move, AdjustToAFavourite) {
-    Rig rig;
-    connectSlaveWithPeer(rig);
-    rig->adjustSelected.push();
-    EXPECT_EQ(rig.dialogs.messages,
-              QStringList{"Select a favourite setting first, then click Jump"});
-    // Cells 6 and 7 are the targets and the Rise is the time.
-    rig->favsList.setListIndex(addFav(rig, {.rise = "40", .a = "20", .b = "8"}));
-    rig->adjustSelected.push();
-    EXPECT_TRUE(rig->diffA == 20 && rig->diffB == 8 && rig->moveTimer.period() == 2000);
-    // Too short with the rule off: resetAll has run, no message box, an error to the peer,
-    // and the move's figures stay as computed.
-    rig->autoAdjust = false;
-    rig->favsList.setCell(0, 1, QStringLiteral("5"));
-    rig->cmdSequence = {QStringLiteral("X")};
-    rig.remoteControl.sent.clear();
-    rig->adjustSelected.push();
-    EXPECT_TRUE(rig->cmdSequence.isEmpty());
-    EXPECT_EQ(rig->moveTimer.mode(), Timer::Off);
-    EXPECT_EQ(rig.dialogs.messages.size(), 1);
-    EXPECT_EQ(statusLines(rig), QStringList{";ERROR:1=Too many steps, or time period too short"});
 }

@@ -9,9 +9,14 @@ using namespace velto;
 using namespace velto::playback_test;
 using namespace Qt::StringLiterals;
 
-TEST(Ramp, TheWorkedCaseCommandByCommand) {
+TEST(Ramp, TheWorkedCaseCommandByCommandThenAGoTo) {
     Player rig(true);
     rig.add({{}});  // A 40, B 20, Rise 30, Run 180, Fall 10, Pulse, low; C 50, D 60
+    rig->gotoSelected.push();
+    rig->playSelected.push();
+    EXPECT_EQ(rig.dialogs.messages,
+              QStringList({"Select a favourite setting first, then click Set",
+                           "Select a favourite setting first, then click Play"}));
     rig->favsList.setListIndex(0);
     rig.fromNow();
     rig->elapsedTimer.setMode(Timer::Multiple);
@@ -36,6 +41,18 @@ TEST(Ramp, TheWorkedCaseCommandByCommand) {
     EXPECT_TRUE(rig->seqComplete && rig->manualControl);
     EXPECT_TRUE(rig->seqTimer.mode() == Timer::Off && rig->rampDown.mode() == Timer::Off);
     EXPECT_TRUE(rig.logLines().contains("Setting to target levels"));
+
+    // Go-to holds at the target: no run, no fall.
+    rig.fromNow();
+    rig->gotoSelected.push();
+    rig.advance(30000);
+    EXPECT_EQ(rig->tickCounter.text(), "DONE");
+    EXPECT_TRUE(rig->manualControl && rig->elapsedTimer.mode() == Timer::Multiple);
+    rig.advance(200000);
+    EXPECT_EQ(rig.sent().back(), (Sent{27400, "A40"}));
+    // A row that is not there fails, and the boundary reports it.
+    rig.boundary.run([&] { rig->playStimFavourite(5, false); });
+    EXPECT_EQ(rig.boundary.reports().size(), 1);
 }
 
 TEST(Ramp, TheRiseAndFallRuleAndTheFirstBlock) {
@@ -71,26 +88,7 @@ TEST(Ramp, TheRiseAndFallRuleAndTheFirstBlock) {
     }
 }
 
-TEST(Ramp, GoToHoldsAtTheTargetAndAnAdvancedSlaveRampsItself) {
-    Player rig;
-    rig.add({{}});
-    rig->gotoSelected.push();
-    rig->playSelected.push();
-    EXPECT_EQ(rig.dialogs.messages,
-              QStringList({"Select a favourite setting first, then click Set",
-                           "Select a favourite setting first, then click Play"}));
-    rig->favsList.setListIndex(0);
-    rig.fromNow();
-    rig->gotoSelected.push();
-    rig.advance(30000);
-    EXPECT_EQ(rig->tickCounter.text(), "DONE");
-    EXPECT_TRUE(rig->manualControl && rig->elapsedTimer.mode() == Timer::Multiple);
-    rig.advance(200000);
-    EXPECT_EQ(rig.sent().back(), (Sent{27400, "A40"}));
-    // A row that is not there fails, and the boundary reports it.
-    rig.boundary.run([&] { rig->playStimFavourite(5, false); });
-    EXPECT_EQ(rig.boundary.reports().size(), 1);
-
+TEST(Ramp, AnAdvancedSlaveRampsAGoToItself) {
     // A master whose slave is one of ours hands it the whole go-to, cells as they stand.
     Rig master;
     master.settings("mode=master\nhost=127.0.0.2\n");
