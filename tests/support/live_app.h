@@ -1,8 +1,7 @@
 #pragma once
 // A MainApp for the integration tests: the real LAN, broker and advertising sockets (the LAN
 // one bound to loopback), the simulated box behind a fake serial port, and its own Preferences
-// folder holding `settings` as "veltoprefs.ini". Its timers run on real time, or on virtual
-// time while the sockets stay real, so that a timing rule is proven to the millisecond.
+// folder holding `settings` as "veltoprefs.ini". Its timers run on real time.
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -17,24 +16,20 @@
 #include "platform/qt/qt_ssl_socket.h"
 #include "platform/qt/qt_tcp_socket.h"
 #include "platform/qt/qt_udp_socket.h"
-#include "platform/virtual_clock.h"
 #include "sim_link.h"
 
 namespace velto {
 
 struct LiveApp {
-    enum Time { RealTime, VirtualTime };
     /// `configure` runs on the app before its start-up.
-    explicit LiveApp(const QString& settings, const std::function<void(MainApp&)>& configure = {},
-                     Time time = RealTime)
-        : clock(time == VirtualTime ? static_cast<Clock&>(virtualClock) : realClock) {
+    explicit LiveApp(const QString& settings, const std::function<void(MainApp&)>& configure = {}) {
         QFile file(prefs.filePath(QStringLiteral("veltoprefs.ini")));
         if (file.open(QIODevice::WriteOnly)) file.write(settings.toUtf8());
         file.close();
         remoteControl.setListenAddress(QHostAddress::LocalHost);
-        platform = std::make_unique<Platform>(Platform{clock, boundary, serial, remoteControl, broker, connect,
-                                                       advertising, udp, network, dialogs,
-                                                       Preferences(prefs.path())});
+        platform = std::make_unique<Platform>(Platform{clock, boundary, serial, remoteControl,
+                                                       broker, connect, advertising, udp, network,
+                                                       dialogs, Preferences(prefs.path())});
         app = std::make_unique<MainApp>(*platform);
         if (configure) configure(*app);
         app->App_Event_Open();
@@ -44,9 +39,7 @@ struct LiveApp {
     sim::Sim2B& box() { return link.box; }
 
     QTemporaryDir prefs;
-    QtClock realClock;
-    VirtualClock virtualClock;
-    Clock& clock;
+    QtClock clock;
     ExceptionBoundary boundary;
     FakeSerialPort serial{clock};
     SimLink link{serial, clock};
