@@ -1,5 +1,6 @@
-// The main window on the offscreen platform: the widgets follow the models, the user's actions
-// reach the handlers, and the window keeps no state of its own.
+// The main window and its Preferences and About windows on the offscreen platform: the widgets
+// follow the models, the user's actions reach the handlers, and the windows keep no state of
+// their own.
 
 #include <gtest/gtest.h>
 
@@ -59,8 +60,7 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
     find<QRadioButton>(*view, "powerHi")->click();
     EXPECT_TRUE(rig->powerHi.value() && !find<QRadioButton>(*view, "powerLo")->isChecked());
     // Tabs, the favourites list and its buttons.
-    auto* tabs = find<QTabWidget>(*view, "FavRand");
-    tabs->setCurrentIndex(2);
+    find<QTabWidget>(*view, "FavRand")->setCurrentIndex(2);
     EXPECT_EQ(rig->FavRand.value(), 2);
     find<QPushButton>(*view, "saveCurrent")->click();
     auto* table = find<QTableView>(*view, "favsList");
@@ -159,4 +159,56 @@ TEST(MainWindowView, FileDialogsShowTheirPrompt) {
                                           QStringLiteral("Velto Favourites (*.qvf)")});
     EXPECT_FALSE(chosen.has_value());
     EXPECT_EQ(shown, QStringLiteral("Select a favourites file (.qvf) to load"));
+}
+
+TEST(ChildWindowViews, PreferencesAndAboutComeWithTheirMenuItemsAndReachTheHandlers) {
+    Rig rig;
+    RecordingBrowser browser;
+    rig.platform->browser = &browser;
+    rig->remotePort = 7900;
+    MainWindowView main(*rig);
+    main.show();
+    // Preferences: the menu item shows it, and its activation fills the fields.
+    QWidget* prefs = find<QWidget>(main, "prefsWindow");
+    auto* portNumber = find<QLineEdit>(*prefs, "portNumber");
+    int closes = 0;
+    rig->prefsWindow.window.closed.connect([&closes] { ++closes; });
+    EXPECT_FALSE(prefs->isVisible());
+    rig->MenuBar1.prefsMenu.push();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(prefs));
+    EXPECT_EQ(portNumber->text(), QStringLiteral("7900"));
+    // Widgets to models; Done takes the fields over and closes the window once.
+    portNumber->selectAll();
+    QTest::keyClicks(portNumber, QStringLiteral("8001"));
+    find<QRadioButton>(*prefs, "modeSlave")->click();
+    find<QPushButton>(*prefs, "settingsDone")->click();
+    EXPECT_FALSE(prefs->isVisible());
+    EXPECT_EQ(closes, 1);
+    EXPECT_TRUE(rig->remotePort == 8001 && rig->systemMode == QStringLiteral("slave"));
+    // The close box: the Close event once, and the model's window closes too.
+    rig->MenuBar1.prefsMenu.push();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(prefs));
+    prefs->close();
+    EXPECT_FALSE(rig->prefsWindow.window.visible());
+    EXPECT_EQ(closes, 2);
+
+    // About: its texts and the built-in picture; the link and the buttons open their pages.
+    QWidget* about = find<QWidget>(main, "aboutQTR");
+    rig->MenuBar1.aboutMenu.push();
+    EXPECT_TRUE(about->isVisible());
+    EXPECT_EQ(about->windowTitle(), QStringLiteral("About this app"));
+    EXPECT_EQ(find<QLabel>(*about, "buildInfo")->text(), QStringLiteral("Build: 260 (OS X)"));
+    EXPECT_FALSE(find<QLabel>(*about, "Canvas1")->pixmap().isNull());
+    QTest::mouseClick(find<QLabel>(*about, "changelog"), Qt::LeftButton);
+    find<QPushButton>(*about, "docsButton")->click();
+    find<QPushButton>(*about, "aboutVBbutton")->click();
+    EXPECT_EQ(browser.opened, (QStringList{QString::fromLatin1(MainApp::kChangesUrl),
+                                           QString::fromLatin1(MainApp::kDocsUrl),
+                                           QString::fromLatin1(MainApp::kServiceAboutUrl)}));
+    // The close box closes the model's window, so the menu item can show it again.
+    about->close();
+    EXPECT_FALSE(rig->aboutQTR.window.visible());
+    rig->MenuBar1.aboutMenu.push();
+    EXPECT_TRUE(about->isVisible());
+    EXPECT_TRUE(rig.boundary.reports().isEmpty());
 }
