@@ -26,6 +26,7 @@
 #include "support/rig.h"
 
 using namespace velto;
+using namespace Qt::StringLiterals;
 
 namespace {
 template <class W>
@@ -41,7 +42,7 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
     rig.connect();
     auto view = std::make_unique<MainWindowView>(*rig);
     view->show();
-    EXPECT_EQ(view->windowTitle(), QStringLiteral("Velto Control/Server for OS X"));
+    EXPECT_EQ(view->windowTitle(), u"Velto Control/Server for OS X"_s);
     // The box moves: the reply moves the slider widget.
     rig.box().setLevelA(42);
     rig.advance(2500);
@@ -71,23 +72,23 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
     EXPECT_EQ(table->model()->index(0, 4).data(Qt::CheckStateRole).toInt(), Qt::PartiallyChecked);
     table->selectRow(0);
     EXPECT_EQ(rig->favsList.listIndex(), 0);
-    table->model()->setData(table->model()->index(0, 0), QStringLiteral("Renamed"), Qt::EditRole);
-    EXPECT_EQ(rig->favsList.cell(0, 0), QStringLiteral("Renamed"));
+    table->model()->setData(table->model()->index(0, 0), u"Renamed"_s, Qt::EditRole);
+    EXPECT_EQ(rig->favsList.cell(0, 0), u"Renamed"_s);
     // Text fields and check boxes of the Random tab write their models.
-    QTest::keyClicks(find<QLineEdit>(*view, "minDelay"), QStringLiteral("12"));
-    EXPECT_EQ(rig->minDelay.text(), QStringLiteral("12"));
+    QTest::keyClicks(find<QLineEdit>(*view, "minDelay"), u"12"_s);
+    EXPECT_EQ(rig->minDelay.text(), u"12"_s);
     find<QCheckBox>(*view, "delayBetween")->click();
     EXPECT_TRUE(rig->delayBetween.value());
     // Menus: the Activity item shows the log window, and its close box ends logging.
-    auto* activity = view->findChild<QAction*>(QStringLiteral("activityToggle"));
+    auto* activity = view->findChild<QAction*>(u"activityToggle"_s);
     ASSERT_NE(activity, nullptr);
-    EXPECT_EQ(activity->shortcut(), QKeySequence(QStringLiteral("Ctrl+0")));
+    EXPECT_EQ(activity->shortcut(), QKeySequence(u"Ctrl+0"_s));
     activity->trigger();
-    auto* logWindow = view->findChild<QWidget*>(QStringLiteral("activityLog"));
+    auto* logWindow = view->findChild<QWidget*>(u"activityLog"_s);
     ASSERT_TRUE(logWindow && logWindow->isVisible());
     rig->resetAll();
-    auto* logText = logWindow->findChild<QPlainTextEdit*>(QStringLiteral("log"));
-    EXPECT_TRUE(logText->toPlainText().contains(QStringLiteral("Mode change: timers reset")));
+    auto* logText = logWindow->findChild<QPlainTextEdit*>(u"log"_s);
+    EXPECT_TRUE(logText->toPlainText().contains(u"Mode change: timers reset"_s));
     logWindow->close();
     EXPECT_FALSE(rig->serverLogging);
     // The window holds nothing of its own: a new one shows the same state.
@@ -95,9 +96,9 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
     view.reset();
     MainWindowView again(*rig);
     again.show();
-    EXPECT_EQ(find<QLineEdit>(again, "minDelay")->text(), QStringLiteral("12"));
+    EXPECT_EQ(find<QLineEdit>(again, "minDelay")->text(), u"12"_s);
     auto* table2 = find<QTableView>(again, "favsList");
-    EXPECT_EQ(table2->model()->index(0, 0).data().toString(), QStringLiteral("Renamed"));
+    EXPECT_EQ(table2->model()->index(0, 0).data().toString(), u"Renamed"_s);
     EXPECT_TRUE(table2->selectionModel()->isRowSelected(0, {}));
     EXPECT_TRUE(rig.boundary.reports().isEmpty());
 }
@@ -124,14 +125,14 @@ TEST(MainWindowView, KeysActWhicheverControlHasTheFocusButNotWhileTyping) {
     EXPECT_EQ(popup->currentIndex(), 1);  // moved by the box's reply, not by the key
     // Typed text stays text; Escape is the stop key, even while typing.
     EXPECT_EQ(press(field, '+'), QStringList{});
-    EXPECT_EQ(rig->adjustA.text(), QStringLiteral("+"));
-    EXPECT_EQ(press(field, Qt::Key_Escape).value(0), QStringLiteral("K"));
+    EXPECT_EQ(rig->adjustA.text(), u"+"_s);
+    EXPECT_EQ(press(field, Qt::Key_Escape).value(0), u"K"_s);
     // A shortcut finds its item's enablement up to date, though no menu was opened.
     MenuBar& m = rig->MenuBar1;
     int pushed = 0;
     m.disconnect.action.connect([&pushed] { ++pushed; });
     rig->Event_EnableMenuItems();
-    rig->veltoKey = QStringLiteral("KEY");
+    rig->veltoKey = u"KEY"_s;
     rig.connectSocket.peerConnects();
     rig.advance(1);
     ASSERT_FALSE(m.disconnect.enabled());
@@ -147,18 +148,17 @@ TEST(MainWindowView, FileDialogsShowTheirPrompt) {
     QTimer::singleShot(0, [&shown] {
         QWidget* dialog = QApplication::activeModalWidget();
         ASSERT_NE(dialog, nullptr);
-        if (auto* prompt = dialog->findChild<QLabel*>(QStringLiteral("prompt")))
-            shown = prompt->text();
+        if (auto* prompt = dialog->findChild<QLabel*>(u"prompt"_s)) shown = prompt->text();
         dialog->close();
     });
     QtDialogs dialogs;
-    const auto chosen = dialogs.openFile({QStringLiteral("Load favourites file"),
-                                          QStringLiteral("Select a favourites file (.qvf) to load"),
+    const auto chosen = dialogs.openFile({u"Load favourites file"_s,
+                                          u"Select a favourites file (.qvf) to load"_s,
                                           QDir::tempPath(),
                                           {},
-                                          QStringLiteral("Velto Favourites (*.qvf)")});
+                                          u"Velto Favourites (*.qvf)"_s});
     EXPECT_FALSE(chosen.has_value());
-    EXPECT_EQ(shown, QStringLiteral("Select a favourites file (.qvf) to load"));
+    EXPECT_EQ(shown, u"Select a favourites file (.qvf) to load"_s);
 }
 
 TEST(ChildWindowViews, PreferencesAndAboutComeWithTheirMenuItemsAndReachTheHandlers) {
@@ -176,15 +176,15 @@ TEST(ChildWindowViews, PreferencesAndAboutComeWithTheirMenuItemsAndReachTheHandl
     EXPECT_FALSE(prefs->isVisible());
     rig->MenuBar1.prefsMenu.push();
     ASSERT_TRUE(QTest::qWaitForWindowActive(prefs));
-    EXPECT_EQ(portNumber->text(), QStringLiteral("7900"));
+    EXPECT_EQ(portNumber->text(), u"7900"_s);
     // Widgets to models; Done takes the fields over and closes the window once.
     portNumber->selectAll();
-    QTest::keyClicks(portNumber, QStringLiteral("8001"));
+    QTest::keyClicks(portNumber, u"8001"_s);
     find<QRadioButton>(*prefs, "modeSlave")->click();
     find<QPushButton>(*prefs, "settingsDone")->click();
     EXPECT_FALSE(prefs->isVisible());
     EXPECT_EQ(closes, 1);
-    EXPECT_TRUE(rig->remotePort == 8001 && rig->systemMode == QStringLiteral("slave"));
+    EXPECT_TRUE(rig->remotePort == 8001 && rig->systemMode == u"slave"_s);
     // The close box: the Close event once, and the model's window closes too.
     rig->MenuBar1.prefsMenu.push();
     ASSERT_TRUE(QTest::qWaitForWindowActive(prefs));
@@ -196,8 +196,8 @@ TEST(ChildWindowViews, PreferencesAndAboutComeWithTheirMenuItemsAndReachTheHandl
     QWidget* about = find<QWidget>(main, "aboutQTR");
     rig->MenuBar1.aboutMenu.push();
     EXPECT_TRUE(about->isVisible());
-    EXPECT_EQ(about->windowTitle(), QStringLiteral("About this app"));
-    EXPECT_EQ(find<QLabel>(*about, "buildInfo")->text(), QStringLiteral("Build: 260 (OS X)"));
+    EXPECT_EQ(about->windowTitle(), u"About this app"_s);
+    EXPECT_EQ(find<QLabel>(*about, "buildInfo")->text(), u"Build: 260 (OS X)"_s);
     EXPECT_FALSE(find<QLabel>(*about, "Canvas1")->pixmap().isNull());
     QTest::mouseClick(find<QLabel>(*about, "changelog"), Qt::LeftButton);
     find<QPushButton>(*about, "docsButton")->click();

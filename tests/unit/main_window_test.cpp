@@ -7,6 +7,7 @@
 #include "playback_support.h"
 
 using namespace velto;
+using namespace Qt::StringLiterals;
 using namespace velto::playback_test;
 
 namespace {
@@ -36,19 +37,19 @@ TEST(ModePanel, ModeChangeSendsTheIndexAndCaptionsFromTheFirmwaresColumn) {
         {"2.119", 3, "Pulse feel|n/a|continuous"},    {"2.119", 2, "Pulse feel|n/a|continuous"},
     };
     Rig older, newer;
-    older.connectLogging(QStringLiteral("2.106"));
-    newer.connectLogging(QStringLiteral("2.119"));
+    older.connectLogging(u"2.106"_s);
+    newer.connectLogging(u"2.119"_s);
     for (const auto& row : rows) {
         Rig& rig = QLatin1String(row.firmware) == QLatin1String("2.106") ? older : newer;
         const size_t mark = rig.mark();
         rig->ModeControl.setListIndex(row.index);
         EXPECT_EQ(face(rig), row.face) << row.firmware << " " << row.index;
         rig.advance(20);  // the box's answer sends nothing back
-        EXPECT_EQ(rig.commandsSince(mark), QStringList{QStringLiteral("M%1").arg(row.index)});
+        EXPECT_EQ(rig.commandsSince(mark), QStringList{u"M%1"_s.arg(row.index)});
     }
     // An older box after a newer one: the popup keeps the newer rows, and the one index past
     // the older column changes no caption.
-    newer.box().setFirmware(QStringLiteral("2.106"));
+    newer.box().setFirmware(u"2.106"_s);
     newer.advance(2500);
     const size_t mark = newer.mark();
     newer->ModeControl.setListIndex(14);
@@ -119,7 +120,7 @@ TEST(ModePanel, JoinSendsItsStateOnlyAfterFirmware2104) {
 
 TEST(MainWindow, KeysMoveTheChannelsStepTheModeAndStop) {
     Rig rig;
-    rig.box().setFirmware(QStringLiteral("2.104"));  // the join box stays a local mark
+    rig.box().setFirmware(u"2.104"_s);  // the join box stays a local mark
     rig.connect();
     rig.box().setLevelA(10);
     rig.advance(2500);
@@ -135,7 +136,7 @@ TEST(MainWindow, KeysMoveTheChannelsStepTheModeAndStop) {
         rig->joinChannels.setValue(true);  // the box's replies untick it on this firmware
         mark = rig.mark();
         const qint64 t0 = rig.clock.nowMs();
-        rig->Event_KeyDown(QStringLiteral(">"));
+        rig->Event_KeyDown(u">"_s);
         EXPECT_EQ(rig.clock.nowMs(), t0 + 501);
         EXPECT_EQ(sentSince(rig, mark, t0),
                   start == 10 ? timed("0 A11, 501 B11") : std::vector<Sent>{});
@@ -145,7 +146,7 @@ TEST(MainWindow, KeysMoveTheChannelsStepTheModeAndStop) {
     rig->ModeControl.setListIndex(13);
     rig.advance(100);
     mark = rig.mark();
-    rig->Event_KeyDown(QStringLiteral("n"));
+    rig->Event_KeyDown(u"n"_s);
     EXPECT_EQ(rig->ModeControl.listIndex(), 13);
     EXPECT_EQ(commandsOnly(sentSince(rig, mark, 0)), QStringList{"M0"});
     rig.advance(50);
@@ -153,13 +154,13 @@ TEST(MainWindow, KeysMoveTheChannelsStepTheModeAndStop) {
     // K stops: "K", then playbackStop's two; with STOP hidden, only the one.
     rig->overrideTimeout = true;
     mark = rig.mark();
-    rig->Event_KeyDown(QStringLiteral("k"));
+    rig->Event_KeyDown(u"k"_s);
     EXPECT_FALSE(rig->overrideTimeout);
     rig.advance(1000);
     EXPECT_EQ(commandsOnly(sentSince(rig, mark, 0)), QStringList({"K", "K", "K"}));
     rig->allStop.setVisible(false);
     mark = rig.mark();
-    rig->Event_KeyDown(QStringLiteral("K"));
+    rig->Event_KeyDown(u"K"_s);
     rig.advance(1000);
     EXPECT_EQ(commandsOnly(sentSince(rig, mark, 0)), QStringList{"K"});
 }
@@ -177,15 +178,15 @@ TEST(MainWindow, MenuItemsFollowTheTableOnlyWithAKeyAndALogin) {
     // New message acts in master only.
     m.FileNewmessage.push();
     EXPECT_FALSE(rig->compose.window.visible());
-    rig->systemMode = QStringLiteral("master");
+    rig->systemMode = u"master"_s;
     m.FileNewmessage.push();
     EXPECT_TRUE(rig->compose.window.visible());
-    rig->systemMode = QStringLiteral("slave");
-    rig->brokerID = QStringLiteral("me@example.org");
-    rig->brokerPIN = QStringLiteral("1234");
+    rig->systemMode = u"slave"_s;
+    rig->brokerID = u"me@example.org"_s;
+    rig->brokerPIN = u"1234"_s;
     rig->Event_EnableMenuItems();
     EXPECT_EQ(states(), initial);  // no Connect Key: left as they were
-    rig->veltoKey = QStringLiteral("KEY");
+    rig->veltoKey = u"KEY"_s;
     struct Row {
         bool socketUp, brokerConnected;
         const char* mode;

@@ -9,9 +9,10 @@
 #include "support/rig.h"
 
 using namespace velto;
+using namespace Qt::StringLiterals;
 
 namespace {
-const QString kPrefs = QStringLiteral("veltoprefs.ini");
+const QString kPrefs = u"veltoprefs.ini"_s;
 }  // namespace
 
 TEST(PrefsWindow, WhatIsReadIsShownAndDoneWritesItBackLineForLine) {
@@ -24,7 +25,7 @@ TEST(PrefsWindow, WhatIsReadIsShownAndDoneWritesItBackLineForLine) {
             "usebroker=true\nhttp=false\nautoadjust=false\nbrokerauto=peer\n"
             "brokeraccept=ann\nbrokeraccept=bob\nbrokerreject=eve\nbrokerreject=mallory\n"
             "evolink=true\nevocam=Cam 1\nerrorcorrection=true\nfavsfile=") +
-        rig.prefPath(QStringLiteral("mine.qvf")) + QStringLiteral("\nwebpage=true");
+        rig.prefPath(u"mine.qvf"_s) + u"\nwebpage=true"_s;
     rig.writePref(kPrefs, file);
     rig.open();
     w.window.activate();
@@ -36,13 +37,12 @@ TEST(PrefsWindow, WhatIsReadIsShownAndDoneWritesItBackLineForLine) {
     // No peer of its own, no page: no such lines. A mode that is no mode leaves the buttons alone.
     rig->brokerauto.clear();
     rig->webpage = false;
-    rig->systemMode = QStringLiteral("relay");
+    rig->systemMode = u"relay"_s;
     w.window.activate();
     EXPECT_TRUE(w.modeMaster.value());
     w.window.close();
     const QString again = readText(rig.prefPath(kPrefs));
-    EXPECT_FALSE(again.contains(QStringLiteral("brokerauto")) ||
-                 again.contains(QStringLiteral("webpage")));
+    EXPECT_FALSE(again.contains(u"brokerauto"_s) || again.contains(u"webpage"_s));
 }
 
 TEST(PrefsWindow, ModeButtonsAndTheCloseBoxWhichKeepsThePortNameButNotTheTypedFields) {
@@ -59,22 +59,22 @@ TEST(PrefsWindow, ModeButtonsAndTheCloseBoxWhichKeepsThePortNameButNotTheTypedFi
     }
     EXPECT_EQ(rig.remoteControl.connects + rig.remoteControl.listens, 0);
     w.window.activate();
-    w.portNumber.setText(QStringLiteral("8000"));
-    w.timeoutPref.setText(QStringLiteral("soon"));
-    w.portName.setText(QStringLiteral("/dev/ttyACM0"));
+    w.portNumber.setText(u"8000"_s);
+    w.timeoutPref.setText(u"soon"_s);
+    w.portName.setText(u"/dev/ttyACM0"_s);
     w.httpMode.setValue(true);
     w.window.close();
     EXPECT_EQ(app.remotePort, 7846);
     EXPECT_EQ(app.slaveTimeout, 600);
-    EXPECT_TRUE(app.httpSlave && app.serialPortName == QStringLiteral("/dev/ttyACM0"));
+    EXPECT_TRUE(app.httpSlave && app.serialPortName == u"/dev/ttyACM0"_s);
     // The next activation puts the stored value back in the field.
     w.window.activate();
-    EXPECT_EQ(w.portNumber.text(), QStringLiteral("7846"));
+    EXPECT_EQ(w.portNumber.text(), u"7846"_s);
     // Done takes the fields: a time-out that is no number is 0; a ticked HTTP box leaves the
     // reply mode alone, an unticked one ends both.
     app.httpResponse = true;
-    w.portNumber.setText(QStringLiteral("8000"));
-    w.timeoutPref.setText(QStringLiteral("soon"));
+    w.portNumber.setText(u"8000"_s);
+    w.timeoutPref.setText(u"soon"_s);
     w.settingsDone.push();
     EXPECT_EQ(app.remotePort, 8000);
     EXPECT_EQ(app.slaveTimeout, 0);
@@ -86,31 +86,27 @@ TEST(PrefsWindow, ModeButtonsAndTheCloseBoxWhichKeepsThePortNameButNotTheTypedFi
 
 TEST(PrefsWindow, NoFolderIsAFailureOnceTheFieldsAreTakenOver) {
     Rig rig(false);
-    rig->prefsWindow.portName.setText(QStringLiteral("/dev/ttyUSB5"));
+    rig->prefsWindow.portName.setText(u"/dev/ttyUSB5"_s);
     rig->prefsWindow.settingsDone.push();
-    EXPECT_EQ(rig->serialPortName, QStringLiteral("/dev/ttyUSB5"));
+    EXPECT_EQ(rig->serialPortName, u"/dev/ttyUSB5"_s);
     ASSERT_EQ(rig.boundary.reports().size(), 1);
-    EXPECT_TRUE(rig.boundary.reports()[0].contains(QStringLiteral("NilObjectException")));
+    EXPECT_TRUE(rig.boundary.reports()[0].contains(u"NilObjectException"_s));
 }
 
 TEST(PrefsWindow, AutoDetectFindsUsbSerialPorts) {
     Rig rig;
     MainApp::PrefsWindow& w = rig->prefsWindow;
     // Any case of the name; the last one wins.
-    rig.serialPorts.names = {QStringLiteral("usbserial-A1"), QStringLiteral("ttyS0"),
-                             QStringLiteral("USBSerial-B2")};
+    rig.serialPorts.names = {u"usbserial-A1"_s, u"ttyS0"_s, u"USBSerial-B2"_s};
     w.portAutoDetect.push();
-    EXPECT_EQ(w.portName.text(), QStringLiteral("/dev/tty.USBSerial-B2"));
-    EXPECT_EQ(w.portsInfo.text(), QStringLiteral("Found: usbserial-A1, USBSerial-B2"));
+    EXPECT_EQ(w.portName.text(), u"/dev/tty.USBSerial-B2"_s);
+    EXPECT_EQ(w.portsInfo.text(), u"Found: usbserial-A1, USBSerial-B2"_s);
     // Linux's USB adapters, by their full path; a built-in port or a look-alike is not one.
-    rig.serialPorts.names = {QStringLiteral("ttyUSB0"), QStringLiteral("ttyS1"),
-                             QStringLiteral("ttyACM1"), QStringLiteral("xttyUSB9")};
+    rig.serialPorts.names = {u"ttyUSB0"_s, u"ttyS1"_s, u"ttyACM1"_s, u"xttyUSB9"_s};
     w.portAutoDetect.push();
-    EXPECT_EQ(w.portName.text(), QStringLiteral("/dev/ttyACM1"));
-    EXPECT_EQ(w.portsInfo.text(), QStringLiteral("Found: ttyUSB0, ttyACM1"));
+    EXPECT_EQ(w.portName.text(), u"/dev/ttyACM1"_s);
+    EXPECT_EQ(w.portsInfo.text(), u"Found: ttyUSB0, ttyACM1"_s);
     // The Qt list: macOS's call-out and dial-in names of one device are one port.
-    EXPECT_EQ(
-        QtSerialPortList::listed({QStringLiteral("cu.usbserial-A1"),
-                                  QStringLiteral("tty.usbserial-A1"), QStringLiteral("ttyUSB0")}),
-        QStringList({"usbserial-A1", "ttyUSB0"}));
+    EXPECT_EQ(QtSerialPortList::listed({u"cu.usbserial-A1"_s, u"tty.usbserial-A1"_s, u"ttyUSB0"_s}),
+              QStringList({"usbserial-A1", "ttyUSB0"}));
 }

@@ -222,8 +222,8 @@ TEST(Move, RelativeAbsoluteAndClampedTargetsAndAMoveToAFavourite) {
     // Too short with the rule off: resetAll has run, no message box, an error to the peer,
     // and the move's figures stay as computed.
     rig->autoAdjust = false;
-    rig->favsList.setCell(0, 1, QStringLiteral("5"));
-    rig->cmdSequence = {QStringLiteral("X")};
+    rig->favsList.setCell(0, 1, u"5"_s);
+    rig->cmdSequence = {u"X"_s};
     rig.remoteControl.sent.clear();
     rig->adjustSelected.push();
     EXPECT_TRUE(rig->cmdSequence.isEmpty());
@@ -277,7 +277,7 @@ TEST(Move, TooShortTimesAreLengthenedOrRefused) {
         rig->halt.push();
         rig.dialogs.messages.clear();
         rig->autoAdjust = c.autoAdjust;
-        rig->cmdSequence = {QStringLiteral("X")};
+        rig->cmdSequence = {u"X"_s};
         startMove(rig, c.a, "", c.time);
         EXPECT_EQ(rig->cmdSequence, c.refused ? QStringList{"X"} : QStringList{});
         EXPECT_EQ(rig->moveTimer.mode(), c.refused ? Timer::Off : Timer::Multiple);
@@ -291,5 +291,5 @@ TEST(Move, TooShortTimesAreLengthenedOrRefused) {
         }
     }
     // Written with the log closed: the one line of a move that is.
-    EXPECT_TRUE(rig.logLines().contains(QStringLiteral("Move: adjusting period to 31 seconds")));
+    EXPECT_TRUE(rig.logLines().contains(u"Move: adjusting period to 31 seconds"_s));
 }

