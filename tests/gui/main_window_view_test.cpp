@@ -37,7 +37,7 @@ W* find(QWidget& window, const QString& name) {
 }
 }  // namespace
 
-TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
+TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWaysAndKeysActAnywhereButInText) {
     Rig rig;
     rig.connect();
     auto view = std::make_unique<MainWindowView>(*rig);
@@ -60,6 +60,7 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
     // Power buttons are one group, decided by the models.
     find<QRadioButton>(*view, "powerHi")->click();
     EXPECT_TRUE(rig->powerHi.value() && !find<QRadioButton>(*view, "powerLo")->isChecked());
+    rig.advance(100);  // the box zeroes the outputs
     // Tabs, the favourites list and its buttons.
     find<QTabWidget>(*view, "FavRand")->setCurrentIndex(2);
     EXPECT_EQ(rig->FavRand.value(), 2);
@@ -79,6 +80,37 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
     EXPECT_EQ(rig->minDelay.text(), u"12"_s);
     find<QCheckBox>(*view, "delayBetween")->click();
     EXPECT_TRUE(rig->delayBetween.value());
+    // Keys act whichever control has the focus, but not while typing.
+    QApplication::setActiveWindow(view.get());
+    auto* popup = find<QComboBox>(*view, "ModeControl");
+    auto* field = find<QLineEdit>(*view, "adjustA");
+    auto press = [&](QWidget* focus, auto key) {
+        focus->setFocus();
+        const size_t from = rig.serial.writes.size();
+        QTest::keyClick(focus, key);
+        rig.advance(1000);
+        return rig.commandsSince(from).filter(QRegularExpression("^[^V]"));
+    };
+    EXPECT_EQ(press(table, '+'), QStringList{"A1"});
+    EXPECT_EQ(press(popup, 'N'), QStringList{"M6"});
+    EXPECT_EQ(popup->currentIndex(), 6);  // moved by the box's reply, not by the key
+    // Typed text stays text; Escape is the stop key, even while typing.
+    EXPECT_EQ(press(field, '+'), QStringList{});
+    EXPECT_EQ(rig->adjustA.text(), u"+"_s);
+    EXPECT_EQ(press(field, Qt::Key_Escape).value(0), u"K"_s);
+    // A shortcut finds its item's enablement up to date, though no menu was opened.
+    MenuBar& m = rig->MenuBar1;
+    int pushed = 0;
+    m.disconnect.action.connect([&pushed] { ++pushed; });
+    rig->Event_EnableMenuItems();
+    rig->veltoKey = u"KEY"_s;
+    rig.connectSocket.peerConnects();
+    rig.advance(1);
+    ASSERT_FALSE(m.disconnect.enabled());
+    table->setFocus();
+    QTest::keyClick(table, Qt::Key_D, Qt::ControlModifier);
+    EXPECT_TRUE(m.disconnect.enabled());
+    EXPECT_EQ(pushed, 1);
     // Menus: the Activity item shows the log window, and its close box ends logging.
     auto* activity = view->findChild<QAction*>(u"activityToggle"_s);
     ASSERT_NE(activity, nullptr);
@@ -100,46 +132,6 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWays) {
     auto* table2 = find<QTableView>(again, "favsList");
     EXPECT_EQ(table2->model()->index(0, 0).data().toString(), u"Renamed"_s);
     EXPECT_TRUE(table2->selectionModel()->isRowSelected(0, {}));
-    EXPECT_TRUE(rig.boundary.reports().isEmpty());
-}
-
-TEST(MainWindowView, KeysActWhicheverControlHasTheFocusButNotWhileTyping) {
-    Rig rig;
-    rig.connect();
-    MainWindowView view(*rig);
-    view.show();
-    QApplication::setActiveWindow(&view);
-    rig->storeCurrentSettings(false);
-    auto* table = find<QTableView>(view, "favsList");
-    auto* popup = find<QComboBox>(view, "ModeControl");
-    auto* field = find<QLineEdit>(view, "adjustA");
-    auto press = [&](QWidget* focus, auto key) {
-        focus->setFocus();
-        const size_t mark = rig.serial.writes.size();
-        QTest::keyClick(focus, key);
-        rig.advance(1000);
-        return rig.commandsSince(mark).filter(QRegularExpression("^[^V]"));
-    };
-    EXPECT_EQ(press(table, '+'), QStringList{"A1"});
-    EXPECT_EQ(press(popup, 'N'), QStringList{"M1"});
-    EXPECT_EQ(popup->currentIndex(), 1);  // moved by the box's reply, not by the key
-    // Typed text stays text; Escape is the stop key, even while typing.
-    EXPECT_EQ(press(field, '+'), QStringList{});
-    EXPECT_EQ(rig->adjustA.text(), u"+"_s);
-    EXPECT_EQ(press(field, Qt::Key_Escape).value(0), u"K"_s);
-    // A shortcut finds its item's enablement up to date, though no menu was opened.
-    MenuBar& m = rig->MenuBar1;
-    int pushed = 0;
-    m.disconnect.action.connect([&pushed] { ++pushed; });
-    rig->Event_EnableMenuItems();
-    rig->veltoKey = u"KEY"_s;
-    rig.connectSocket.peerConnects();
-    rig.advance(1);
-    ASSERT_FALSE(m.disconnect.enabled());
-    table->setFocus();
-    QTest::keyClick(table, Qt::Key_D, Qt::ControlModifier);
-    EXPECT_TRUE(m.disconnect.enabled());
-    EXPECT_EQ(pushed, 1);
     EXPECT_TRUE(rig.boundary.reports().isEmpty());
 }
 
