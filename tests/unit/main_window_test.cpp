@@ -59,7 +59,7 @@ TEST(ModePanel, ModeChangeSendsTheIndexAndCaptionsFromTheFirmwaresColumn) {
 
 TEST(ModePanel, SlidersPlusMinusAndPowerSendTheirCommandAndNothingAtTheBounds) {
     Rig rig;
-    rig.connectLogging();
+    rig.connectLogging(u"2.105"_s);
     using M = MainApp;
     Slider* sliders[] = {&rig->channelA, &rig->channelB, &rig->channelC, &rig->channelD};
     Label* numbers[] = {&rig->settingA, &rig->settingB, &rig->settingC, &rig->settingD};
@@ -84,38 +84,26 @@ TEST(ModePanel, SlidersPlusMinusAndPowerSendTheirCommandAndNothingAtTheBounds) {
         EXPECT_EQ(numbers[c.channel]->text(), QString::number(c.after));
         EXPECT_EQ(rig.commandsSince(mark), c.command ? QStringList{c.command} : QStringList{});
     }
-    // Joined channels are the box's business: the button moves its own channel only.
+    // Join is sent from firmware 2105 on; joined channels are the box's business: the button
+    // moves its own channel only.
+    const size_t mark = rig.mark();
     rig->joinChannels.setValue(true);
     rig->channelB.setValue(40);
-    const size_t mark = rig.mark();
     rig->aMinus.push();
-    EXPECT_EQ(rig.commandsSince(mark), QStringList{"A40"});
+    EXPECT_EQ(rig.commandsSince(mark), QStringList({"J1", "B40", "A40"}));
     EXPECT_EQ(rig->channelB.value(), 40);
-    // Power buttons send their letter, unless a reply is being copied in.
+    // Power buttons send their letter.
     for (const auto& [button, command] :
          {std::pair{&M::powerHi, "H"}, {&M::powerDynamic, "Y"}, {&M::powerLo, "L"}}) {
         const size_t before = rig.mark();
         choose(rig, button);
         EXPECT_EQ(rig.commandsSince(before), QStringList{command});
     }
+    // A reply being copied in stops them, but not the join box's.
     rig->systemRefresh = true;
     choose(rig, &M::powerHi);
-    EXPECT_EQ(rig.commandsSince(mark), QStringList({"A40", "H", "Y", "L"}));
-}
-
-TEST(ModePanel, JoinSendsItsStateOnlyAfterFirmware2104) {
-    for (const auto& [firmware, sends] : {std::pair{"2.104", false}, {"2.105", true}}) {
-        Rig rig;
-        rig.connectLogging(QLatin1String(firmware));
-        const size_t mark = rig.mark();
-        rig->joinChannels.setValue(true);
-        rig->joinChannels.setValue(false);
-        // Unlike the other handlers, this one does not look at systemRefresh.
-        rig->systemRefresh = true;
-        rig->joinChannels.setValue(true);
-        EXPECT_EQ(rig.commandsSince(mark), sends ? QStringList({"J1", "J0", "J1"}) : QStringList())
-            << firmware;
-    }
+    rig->joinChannels.setValue(false);
+    EXPECT_EQ(rig.commandsSince(mark), QStringList({"J1", "B40", "A40", "H", "Y", "L", "J0"}));
 }
 
 TEST(MainWindow, KeysMoveTheChannelsStepTheModeAndStop) {
@@ -133,8 +121,8 @@ TEST(MainWindow, KeysMoveTheChannelsStepTheModeAndStop) {
     for (const int start : {10, 100}) {
         rig->channelA.setValue(start), rig->channelB.setValue(start);
         rig.advance(100);
-        rig->joinChannels.setValue(true);  // the box's replies untick it on this firmware
         mark = rig.mark();
+        rig->joinChannels.setValue(true);  // not sent on this firmware, and its replies untick it
         const qint64 t0 = rig.clock.nowMs();
         rig->Event_KeyDown(u">"_s);
         EXPECT_EQ(rig.clock.nowMs(), t0 + 501);
