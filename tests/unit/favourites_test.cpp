@@ -46,13 +46,15 @@ QStringList filesIn(const Rig& rig) {
 
 }  // namespace
 
-TEST(Favourites, AddFavouriteStoresTheLiveSettings) {
+TEST(Favourites, StoredAndNewFavouritesTheDetailLineDeleteAndTheSpinners) {
     Rig rig;
     rig.open();
-    // With "Intense" in the popup the name is still the older table's at the index, and the
-    // last row, past that table, fails before a row is added.
-    rig->firmwareVersion = 2119;
-    rig->ModeControl.insertRow(3, u"Intense"_s);
+    MainApp& app = *rig;
+    // With "Intense" in the popup a stored name is still the older table's at the index, and
+    // the last row, past that table, fails before a row is added. The Edit tab's 14 rows go by
+    // the firmware's table: from 2119 on, one row behind.
+    app.firmwareVersion = 2119;
+    app.ModeControl.insertRow(3, u"Intense"_s);
     const struct {
         int a, b, c, d, mode;
         RadioButton MainApp::*power;
@@ -62,25 +64,13 @@ TEST(Favourites, AddFavouriteStoresTheLiveSettings) {
                  {0, 51, 20, 30, 6, &MainApp::powerHi, true},
                  {0, 0, 0, 0, 14, &MainApp::powerHi, false}};
     for (const auto& k : cases) {
-        rig->channelA.setValue(k.a), rig->channelB.setValue(k.b);
-        rig->channelC.setValue(k.c), rig->channelD.setValue(k.d);
-        rig->settingD.setText("x");
-        rig->ModeControl.setListIndex(k.mode);
-        ((*rig).*k.power).setValue(true);
-        k.remote ? rig->storeCurrentSettings(true) : rig->saveCurrent.push();
+        app.channelA.setValue(k.a), app.channelB.setValue(k.b);
+        app.channelC.setValue(k.c), app.channelD.setValue(k.d);
+        app.settingD.setText("x");
+        app.ModeControl.setListIndex(k.mode);
+        (app.*k.power).setValue(true);
+        k.remote ? app.storeCurrentSettings(true) : app.saveCurrent.push();
     }
-    // Rise 60 above 50 on either channel; Dynamic power stores as low. The name is taken from
-    // the labels as shown (D's says "x"), the level cells from the sliders.
-    EXPECT_EQ(rowsOf(rig->favsList),
-              QStringList({"Asplit-50-50-9-x,30,180,10,1,Asplit,50,50,9,9,L",
-                           "Training-51-0-2-x,60,180,10,1,Training,51,0,2,100,H",
-                           "R-Waterfall-0-51-20-x,60,180,10,1,Waterfall,0,51,20,30,H"}));
-    EXPECT_TRUE(outOfBoundsReported(rig));
-}
-
-TEST(Favourites, NewFavouritesFromTheEditTabTheDetailLineDeleteAndTheSpinners) {
-    Rig rig;
-    MainApp& app = *rig;
     app.newA.setText("51abc"), app.newB.setText(""), app.newC.setText(" 7"), app.newD.setText("x");
     app.newPower.setListIndex(1);
     app.createNewFav.push();
@@ -88,25 +78,24 @@ TEST(Favourites, NewFavouritesFromTheEditTabTheDetailLineDeleteAndTheSpinners) {
     app.newPower.setListIndex(0);
     app.selectMode.setListIndex(9);
     app.createNewFav.push();
+    // Rise 60 above 50 on either channel; Dynamic power stores as low. A stored name is taken
+    // from the labels as shown (D's says "x"), its levels from the sliders; a new one from the
+    // fields as they stand.
     EXPECT_EQ(rowsOf(app.favsList),
-              QStringList({"Pulse-51abc-- 7-x,60,180,10,1,Pulse,51abc,, 7,x,H",
-                           "Throb-50-50.5- 7-x,60,180,10,1,Throb,50,50.5, 7,x,L"}));
-    // The detail line of the selection, for any case of "H".
-    app.favsList.setCell(0, 10, "h");
-    app.favsList.setListIndex(0);
+              QStringList({"Asplit-50-50-9-x,30,180,10,1,Asplit,50,50,9,9,L",
+                           "Training-51-0-2-x,60,180,10,1,Training,51,0,2,100,H",
+                           "R-Waterfall-0-51-20-x,60,180,10,1,Waterfall,0,51,20,30,H",
+                           "Pulse-51abc-- 7-x,60,180,10,1,Pulse,51abc,, 7,x,H",
+                           "Milk-50-50.5- 7-x,60,180,10,1,Milk,50,50.5, 7,x,L"}));
+    EXPECT_TRUE(outOfBoundsReported(rig));
+    // The detail line of the selection, for any case of "H"; Delete removes only that row.
+    app.favsList.setCell(3, 10, "h");
+    app.favsList.setListIndex(3);
     EXPECT_EQ(app.favInfo.text(), "Pulse, high power, A51abc B C 7 Dx");
-    app.favsList.setListIndex(1);
-    EXPECT_EQ(app.favInfo.text(), "Throb, low power, A50 B50.5 C 7 Dx");
-    // The Edit tab's 14 rows against the firmware's table: from 2119 on, one row behind.
-    app.firmwareVersion = 2119;
-    for (int row : {3, 13}) {
-        app.selectMode.setListIndex(row);
-        app.createNewFav.push();
-    }
-    // Delete removes only the selected row.
+    app.favsList.setListIndex(4);
+    EXPECT_EQ(app.favInfo.text(), "Milk, low power, A50 B50.5 C 7 Dx");
     app.deleteSelected.push();
-    EXPECT_EQ(app.favsList.cell(0, 5) + app.favsList.cell(1, 5) + app.favsList.cell(2, 5),
-              "PulseIntenseStep");
+    EXPECT_TRUE(app.favsList.listCount() == 4 && app.favsList.cell(3, 5) == "Pulse");
     EXPECT_TRUE(app.favInfo.text().isEmpty());
 
     // The spinners step between 0 and 99, each its own field only.
@@ -117,10 +106,10 @@ TEST(Favourites, NewFavouritesFromTheEditTabTheDetailLineDeleteAndTheSpinners) {
         const char* before;
         bool up;
         const char* after;
-    } cases[] = {{0, "", true, "1"},    {0, "0", false, "0"},    {1, "99", true, "99"},
+    } spins[] = {{0, "", true, "1"},    {0, "0", false, "0"},    {1, "99", true, "99"},
                  {1, "5", false, "4"},  {2, "2.5", true, "3.5"}, {2, "0.5", false, "-0.5"},
                  {3, "98", true, "99"}, {3, "1", false, "0"}};
-    for (const auto& k : cases) {
+    for (const auto& k : spins) {
         fields[k.field]->setText(k.before);
         k.up ? arrows[k.field]->up() : arrows[k.field]->down();
         EXPECT_EQ(fields[k.field]->text(), k.after) << k.field << " '" << k.before << "' " << k.up;
