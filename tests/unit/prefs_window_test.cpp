@@ -84,17 +84,8 @@ TEST(PrefsWindow, ModeButtonsAndTheCloseBoxWhichKeepsThePortNameButNotTheTypedFi
     EXPECT_FALSE(app.httpSlave || app.httpResponse);
 }
 
-TEST(PrefsWindow, NoFolderIsAFailureOnceTheFieldsAreTakenOver) {
+TEST(PrefsWindow, AutoDetectFindsUsbSerialPortsAndDoneWithNoFolderFailsOnceTheFieldsAreTaken) {
     Rig rig(false);
-    rig->prefsWindow.portName.setText(u"/dev/ttyUSB5"_s);
-    rig->prefsWindow.settingsDone.push();
-    EXPECT_EQ(rig->serialPortName, u"/dev/ttyUSB5"_s);
-    ASSERT_EQ(rig.boundary.reports().size(), 1);
-    EXPECT_TRUE(rig.boundary.reports()[0].contains(u"NilObjectException"_s));
-}
-
-TEST(PrefsWindow, AutoDetectFindsUsbSerialPorts) {
-    Rig rig;
     MainApp::PrefsWindow& w = rig->prefsWindow;
     // Any case of the name; the last one wins.
     rig.serialPorts.names = {u"usbserial-A1"_s, u"ttyS0"_s, u"USBSerial-B2"_s};
@@ -109,4 +100,9 @@ TEST(PrefsWindow, AutoDetectFindsUsbSerialPorts) {
     // The Qt list: macOS's call-out and dial-in names of one device are one port.
     EXPECT_EQ(QtSerialPortList::listed({u"cu.usbserial-A1"_s, u"tty.usbserial-A1"_s, u"ttyUSB0"_s}),
               QStringList({"usbserial-A1", "ttyUSB0"}));
+    // With no Preferences folder, Done takes the fields over and then fails.
+    w.settingsDone.push();
+    EXPECT_EQ(rig->serialPortName, u"/dev/ttyACM1"_s);
+    ASSERT_EQ(rig.boundary.reports().size(), 1);
+    EXPECT_TRUE(rig.boundary.reports()[0].contains(u"NilObjectException"_s));
 }
