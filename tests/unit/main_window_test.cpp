@@ -108,7 +108,7 @@ TEST(MainWindow, KeysMoveTheChannelsStepTheModeAndStop) {
     size_t mark = rig.mark();
     for (const char* key : {"+", "u", "<", "x"})
         EXPECT_FALSE(rig->Event_KeyDown(QLatin1String(key))) << key;
-    EXPECT_EQ(commandsOnly(sentSince(rig, mark, 0)), QStringList({"A11", "A12", "A11"}));
+    EXPECT_EQ(rig.commandsAfter(mark), QStringList({"A11", "A12", "A11"}));
     // Joined: B follows 500 ms later, through pause; at the top nothing moves, yet it pauses.
     for (const int start : {10, 100}) {
         rig->channelA.setValue(start), rig->channelB.setValue(start);
@@ -127,17 +127,17 @@ TEST(MainWindow, KeysMoveTheChannelsStepTheModeAndStop) {
     mark = rig.mark();
     rig->Event_KeyDown(u"n"_s);
     EXPECT_EQ(rig->ModeControl.listIndex(), 13);
-    EXPECT_EQ(commandsOnly(sentSince(rig, mark, 0)), QStringList{"M0"});
+    EXPECT_EQ(rig.commandsAfter(mark), QStringList{"M0"});
     // K stops: "K", then playbackStop's two; with STOP hidden, only the one.
     mark = rig.mark();
     rig->Event_KeyDown(u"k"_s);
     rig.advance(1000);
-    EXPECT_EQ(commandsOnly(sentSince(rig, mark, 0)), QStringList({"K", "K", "K"}));
+    EXPECT_EQ(rig.commandsAfter(mark), QStringList({"K", "K", "K"}));
     rig->allStop.setVisible(false);
     mark = rig.mark();
     rig->Event_KeyDown(u"K"_s);
     rig.advance(1000);
-    EXPECT_EQ(commandsOnly(sentSince(rig, mark, 0)), QStringList{"K"});
+    EXPECT_EQ(rig.commandsAfter(mark), QStringList{"K"});
 }
 
 TEST(MainWindow, MenuItemsFollowTheTableOnlyWithAKeyAndALogin) {

@@ -1,8 +1,6 @@
 #pragma once
-// Shared by the playback tests: favourites in the list, device commands with their virtual
-// times (the poll left out), and the lines a peer received.
-
-#include <gtest/gtest.h>
+// Shared by the playback tests: favourites in the list, commands with their virtual times (the
+// polls left out), and the lines a peer received.
 
 #include <QRegularExpression>
 #include <ostream>
@@ -42,12 +40,6 @@ inline std::vector<Sent> sentSince(const Rig& rig, size_t mark, qint64 t0) {
     return out;
 }
 
-inline QStringList commandsOnly(const std::vector<Sent>& sent) {
-    QStringList out;
-    for (const Sent& s : sent) out.append(s.cmd);
-    return out;
-}
-
 /// The tick counter's text after each of the steps, `ms` apart from the last.
 inline QStringList labelsAfter(Rig& rig, const std::vector<qint64>& steps) {
     QStringList out;
@@ -65,9 +57,8 @@ struct Fav {
 };
 
 inline int addFav(Rig& rig, const Fav& f) {
-    const int row = rig->favsList.addRow({f.name, f.rise, f.run, f.fall});
-    const QStringList hidden{f.mode, f.a, f.b, f.c, f.d, f.power};
-    for (int i = 0; i < hidden.size(); ++i) rig->favsList.setCell(row, 5 + i, hidden[i]);
+    const int row = rig->favsList.addRow(
+        {f.name, f.rise, f.run, f.fall, {}, f.mode, f.a, f.b, f.c, f.d, f.power});
     rig->favsList.setCellCheck(row, 4, f.ticked);
     return row;
 }
