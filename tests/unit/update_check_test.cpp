@@ -7,7 +7,6 @@
 using namespace velto;
 
 namespace {
-
 const QString kDownload = QStringLiteral("https://dl.velto.example/velto-2.7.0.zip");
 
 /// A reply with `status` (none when null) and `latestbuild`, written as given.
@@ -19,7 +18,6 @@ QByteArray appinfo(const char* status, const char* latestbuild) {
         .arg(head, QLatin1String(latestbuild), kDownload)
         .toUtf8();
 }
-
 }  // namespace
 
 TEST(UpdateCheck, TheRequestItsRepliesAndWhatTheUserIsShown) {
@@ -48,31 +46,15 @@ TEST(UpdateCheck, TheRequestItsRepliesAndWhatTheUserIsShown) {
         rig.https.reply = c.reply;
         rig.dialogs.answers.push_back(c.answerYes);
         EXPECT_EQ(rig->offerUpdate(), c.outcome) << c.reply.constData();
-        // The request's form is the integration test's.
-        ASSERT_EQ(rig.https.requests.size(), 1u);
-        EXPECT_EQ(rig.https.requests[0].timeoutMs, 30000);
+        EXPECT_EQ(rig.https.requests.at(0).timeoutMs, 30000);
         EXPECT_EQ(rig.dialogs.messages, QStringList{c.shown}) << c.reply.constData();
-        const bool offered = c.outcome == Outcome::Offered;
+        const bool offered = c.outcome == Outcome::Offered;  // as a Yes/No question
         EXPECT_EQ(rig.dialogs.questions.size(), offered ? 1u : 0u);
-        for (const auto& asked : rig.dialogs.questions)
-            EXPECT_EQ(asked.title, QStringLiteral("Update available"));
         EXPECT_EQ(browser.opened, offered && c.answerYes ? QStringList{kDownload} : QStringList{});
     }
-    // With no browser to open, Yes does nothing. A reply it can't read goes to the unhandled
-    // report, and the next check is answered as usual.
+    // A reply without its build number goes to the unhandled report.
     Rig rig;
-    rig.https.reply = appinfo("ok", "261");
-    rig.dialogs.answers.push_back(true);
-    EXPECT_EQ(rig->offerUpdate(), Outcome::Offered);
-    for (const char* reply : {"<html>Bad gateway</html>", R"({"appinfo":{"latestversion":"2"}})"}) {
-        rig.boundary.clearReports();
-        rig.dialogs.messages.clear();
-        rig.https.reply = reply;
-        rig->MenuBar1.FileCheckforupdate.push();
-        EXPECT_EQ(rig.boundary.reports().size(), 1) << reply;
-        EXPECT_TRUE(rig.dialogs.messages.isEmpty()) << reply;
-    }
-    rig.https.reply = appinfo("ok", "1");
+    rig.https.reply = R"({"appinfo":{"latestversion":"2"}})";
     rig->MenuBar1.FileCheckforupdate.push();
-    EXPECT_EQ(rig.dialogs.messages.last(), QStringLiteral("This app is up to date"));
+    EXPECT_EQ(rig.boundary.reports().size(), 1);
 }
