@@ -50,8 +50,7 @@ TEST(BrokerSession, AMasterAsksForItsPeerOrTheListAndShowsTheServicesMessages) {
 
     // A separator in a field cuts it; a missing one goes through the boundary.
     m.say(";chat=ann;hello; world=again");
-    ASSERT_EQ(m->brokerChats.size(), 1u);
-    EXPECT_EQ(m->brokerChats[0]->liveChat.text(), QStringLiteral("ann: hello\n"));
+    EXPECT_EQ(m->brokerChats.at(0)->liveChat.text(), QStringLiteral("ann: hello\n"));
     m.say(";chat=ann");
     EXPECT_EQ(m.boundary.reports().size(), 1);
 
@@ -62,26 +61,16 @@ TEST(BrokerSession, AMasterAsksForItsPeerOrTheListAndShowsTheServicesMessages) {
     EXPECT_EQ(m.dialogs.messages.size(), 3);
 
     m->brokerUsers.userList.deleteAllRows();  // for ";total:0"
-    const std::pair<QByteArray, QString> cases[] = {
-        {";error:Bad PIN:more", "VeltoBroker Error:\nBad PIN"},
-        {";total:0",
-         "Sorry; there are no other users available via Velto Broker. Please try later"},
-        {";disconnected",
-         "The connection via VeltoBroker has been lost. The other person may have "
-         "quit, or lost their link to the server"},
-        // Ten characters go, whatever they are.
-        {";failed:  Bad PIN",
-         "You could not be logged in to VeltoBroker. Please check your "
-         "settings. The response returned was Bad PIN"},
-    };
-    for (const auto& [line, message] : cases) {
-        m.dialogs.messages.clear();
-        m.say(line);
-        EXPECT_EQ(m.dialogs.messages, QStringList{message}) << line.constData();
-    }
+    m.dialogs.messages.clear();
+    m.say(";error:Bad PIN:more\n;total:0\n;failed:  Bad PIN");  // ten characters go, any ten
+    EXPECT_EQ(m.dialogs.messages,
+              (QStringList{"VeltoBroker Error:\nBad PIN",
+                           "Sorry; there are no other users available via Velto Broker. "
+                           "Please try later",
+                           "You could not be logged in to VeltoBroker. Please check your "
+                           "settings. The response returned was Bad PIN"}));
     EXPECT_EQ(m->hostInfo.text(), QStringLiteral("Broker login failed"));
     EXPECT_FALSE(m.brokerSocket.isConnected());
-    EXPECT_FALSE(m->brokerUsers.window.visible());
 }
 
 TEST(BrokerSession, ASlaveAnswersARequestByItsListsOrByAsking) {
@@ -110,8 +99,10 @@ TEST(BrokerSession, ASlaveAnswersARequestByItsListsOrByAsking) {
     }
 }
 
-TEST(BrokerSession, ALinkedSlaveRunsTheMastersLinesAndReportsBack) {
-    BrokerRig s(QStringLiteral("slave"), QStringLiteral("brokeraccept=boss\ntimeout=30\n"));
+TEST(BrokerSession, ALinkedSlaveRunsTheMastersLinesAndItsMenuEndsTheLink) {
+    BrokerRig s(
+        QStringLiteral("slave"),
+        QStringLiteral("brokeraccept=eve\nbrokeraccept=boss\nbrokeraccept=EVE\ntimeout=30\n"));
     s.say(";connect=boss;The boss");
     s.sent();
     s.say(";connected");
@@ -132,22 +123,17 @@ TEST(BrokerSession, ALinkedSlaveRunsTheMastersLinesAndReportsBack) {
     s.brokerSocket.peerSends(QByteArray(1 << 20, 'x'));
     s.say(";denied\n;disconnected");
     EXPECT_EQ(s.dialogs.messages, QStringList{"Your connection request was rejected"});
-    EXPECT_TRUE(s.boundary.reports().isEmpty());
-}
 
-TEST(BrokerSession, MenuItemsEndTheLinkBlockThePeerAndLeaveTheService) {
-    BrokerRig s(QStringLiteral("slave"),
-                QStringLiteral("brokeraccept=eve\nbrokeraccept=ann\nbrokeraccept=EVE\n"));
+    // The menu ends the link, blocks the peer and leaves the service.
     s.say(";connect=eve;x\n;connected");
     s.sent();
     s->MenuBar1.vbBlock.push();
     EXPECT_EQ(s.sent(), QStringLiteral(";end\r"));
-    EXPECT_EQ(s->brokerAccept, QStringList{"ann"});
-    ASSERT_EQ(s.dialogs.notices.size(), 1u);
-    EXPECT_EQ(s.dialogs.notices[0].text, "eve has been added to the auto-reject list");
+    EXPECT_EQ(s->brokerAccept, QStringList{"boss"});
+    EXPECT_EQ(s.dialogs.notices.at(0).text, "eve has been added to the auto-reject list");
     EXPECT_EQ(s->brokerReject, QStringList{"eve"});
 
-    s.say(";connect=ann;x\n;connected");
+    s.say(";connect=boss;x\n;connected");
     s.sent();
     s->MenuBar1.vbDisconnect.push();
     s->MenuBar1.vbDisconnect.push();
