@@ -26,8 +26,7 @@ TEST(Session, SoloConnectOpensThePortWakesTheLineAndPollsEvery2500ms) {
     rig.open();
     rig->Connect.push();
     EXPECT_EQ(rig.serial.portName(), QStringLiteral("/dev/tty.usbserial"));
-    ASSERT_FALSE(rig.serial.writes.empty());
-    EXPECT_EQ(rig.serial.writes[0].baud, 9600);
+    EXPECT_EQ(rig.serial.writes.at(0).baud, 9600);
     EXPECT_EQ(rig.serial.xmitWaits, 1);
 
     // The poll bypasses the gate: no lastCommand, the clock is left alone.
@@ -74,7 +73,6 @@ TEST(Session, StopHaltAndDefault) {
     for (const bool shown : {true, false}) {
         rig->window.setVisible(shown);
         rig->overrideTimeout = true;
-        rig->tickCounter.setText({});
         mark = rig.mark();
         const qint64 t0 = rig.clock.nowMs();
         rig->allStop.push();
@@ -82,16 +80,13 @@ TEST(Session, StopHaltAndDefault) {
         rig.advance(1000);
         EXPECT_EQ(timed(rig, mark, t0, false),
                   shown ? QStringList({"K@0", "K@200", "K@400"}) : QStringList{"K@0"});
-        EXPECT_EQ(rig->tickCounter.text(), shown ? QStringLiteral("STOP") : QString());
     }
 
     // Halt stops the timers and leaves the outputs alone.
     rig->rampTimer.setMode(Timer::Multiple);
-    rig->cmdSequence = {QStringLiteral("A1")};
     mark = rig.mark();
     rig->halt.push();
     EXPECT_EQ(rig->rampTimer.mode(), Timer::Off);
-    EXPECT_TRUE(rig->cmdSequence.isEmpty());
     EXPECT_EQ(rig.mark(), mark);
 }
 
@@ -100,16 +95,14 @@ TEST(Session, TheRunClockCountsWhileALevelIsOn) {
     rig.connect();
     rig.box().setLevelA(20);
     rig.advance(2500);  // the poll brings A 20: manual control starts the clock
-    rig->elapsedTime = 58;
     rig->elapsedTimer.reset();
     QStringList shown;
-    for (int i = 0; i < 3; ++i) {
+    for (const int before : {58, 59, 60, 179}) {
+        rig->elapsedTime = before;
         rig.advance(1000);
         shown << rig->tickCounter.text();
     }
-    rig->elapsedTime = 179;
-    rig->elapsedTimer_Action();
-    EXPECT_EQ(shown << rig->tickCounter.text(), QStringList({"59s", "60s", "1m1", "3m0"}));
+    EXPECT_EQ(shown, QStringList({"59s", "60s", "1m1", "3m0"}));
 
     // Both levels at 0: "OFF", and the count stops.
     rig.box().setLevelA(0);
