@@ -61,12 +61,10 @@ TEST(Bounds, AnHttpClientThatSendsNoRequestIsDisconnectedAfterTenSeconds) {
         SlaveRig s(c.settings);
         s.link.latencyMs = 60'000;  // no answer comes within the wait
         if (!c.request.isEmpty()) s.send(c.request);
-        const int listens = s.remoteControl.listens;
         s.advance(MainApp::kRequestWaitMs - 3);
         EXPECT_TRUE(s.remoteControl.isConnected());
         s.advance(2);
         EXPECT_EQ(!s.remoteControl.isConnected(), c.cutOff) << c.settings << c.request.constData();
-        EXPECT_EQ(s.remoteControl.listens, listens + (c.cutOff ? 1 : 0));
         EXPECT_EQ(logged(s, "127.0.0.7 sent no request within 10 seconds: disconnected"),
                   c.cutOff ? 1 : 0);
     }
@@ -122,14 +120,6 @@ TEST(Bounds, NumbersFromPeersFilesAndFieldsSaturateInsteadOfWrapping) {
     s.advance(60'000);
     EXPECT_NE(s->errText.text(), "Slave mode timeout");
 
-    // A web client's jump of any size is refused, "A-1E30" too.
-    for (const char* request : {"GET /A-1E30 HTTP/1.0\r\n\r\n", "GET /A1E30 HTTP/1.0\r\n\r\n"}) {
-        s.remoteControl.peerConnects();  // one request a connection
-        s.send(request, 300);
-    }
-    EXPECT_EQ(s.commandsAfter(0).filter("E30"), QStringList());
-    EXPECT_EQ(s.commandsAfter(0).count("S"), 2);
-
     // Moves: relative past the range, and to a favourite's level below it.
     const Fav huge{.rise = "-1E30", .run = "-1E30", .a = "-1E30"};
     s->adjustA.setText("+1E30");
@@ -141,50 +131,32 @@ TEST(Bounds, NumbersFromPeersFilesAndFieldsSaturateInsteadOfWrapping) {
     s->adjustSelected.push();
     EXPECT_EQ(s->moveSteps, kLongest);
 
-    // Without auto adjust a Rise below the range climbs from the top, and a Run counts down
-    // from the bottom, each stopping at the end of the range.
+    // Without auto adjust a Rise below the range climbs from the top, stopping at its end.
     SlaveRig raw("autoadjust=false\n");
     raw->favsList.setListIndex(addFav(raw, huge));
     raw->playSelected.push();
     raw.advance(3000);
     EXPECT_EQ(raw->tickCounter.text(), Str(kLongest) + u'%');
-    Fav run = huge;
-    run.rise = "0";
-    raw->favsList.setListIndex(addFav(raw, run));
-    raw->playSelected.push();
-    raw.advance(5000);
-    EXPECT_EQ(raw->tickCounter.text(), Str(std::numeric_limits<qint64>::min()));
     EXPECT_TRUE(s.boundary.reports().isEmpty() && raw.boundary.reports().isEmpty());
 }
 
 TEST(Bounds, ASlaveThatCannotListenSaysSoUntilItCan) {
-    const struct {
-        const char* port;
-        int refusal;  // of the port itself, besides its range
-        const char* why;
-    } cases[] = {{"7999", TcpSocket::AddressInUseError, "it is in use"},
-                 {"1E30", 0, "no such port, or not allowed"}};  // 99999 is proven on a real socket
-    for (const auto& c : cases) {
-        Rig rig;
-        rig.settings(u"mode=slave\nport=%1\n"_s.arg(c.port));
-        rig.remoteControl.refuseListen = c.refusal;
-        rig.open();
-        rig->_activityToggle_Action();
-        rig->Connect.push();
-        rig.advance(100);
-        const QString text = u"Not listening on port %1: %2"_s.arg(rig->remotePort).arg(c.why);
-        rig.advance(6000);  // polls come and go; the label stays, and nothing is advertised
-        EXPECT_EQ(rig->hostInfo.text(), text) << c.port;
-        EXPECT_EQ(rig.logLines().filter("listening on port"), QStringList{text});
-        EXPECT_EQ(rig->localAddr.text(), QString());
-        EXPECT_TRUE(rig.udp.record->sent.empty());
-
-        rig.remoteControl.refuseListen = 0;
-        rig->remotePort = 7999;
-        rig->Connect.push();
-        EXPECT_EQ(rig->hostInfo.text(), QString());
-        EXPECT_EQ(rig.logLines().last(), "Address: 127.0.0.1");
-    }
+    Rig rig;  // a port past the range is proven on a real socket
+    rig.settings(u"mode=slave\nport=7999\n"_s);
+    rig.remoteControl.refuseListen = TcpSocket::AddressInUseError;
+    rig.open();
+    rig->_activityToggle_Action();
+    rig->Connect.push();
+    rig.advance(6100);  // polls come and go; the label stays, and nothing is advertised
+    const QString text = u"Not listening on port 7999: it is in use"_s;
+    EXPECT_EQ(rig->hostInfo.text(), text);
+    EXPECT_EQ(rig.logLines().filter("listening on port"), QStringList{text});
+    EXPECT_EQ(rig->localAddr.text(), QString());
+    EXPECT_TRUE(rig.udp.record->sent.empty());
+    rig.remoteControl.refuseListen = 0;
+    rig->Connect.push();
+    EXPECT_EQ(rig->hostInfo.text(), QString());
+    EXPECT_EQ(rig.logLines().last(), "Address: 127.0.0.1");
 }
 
 }  // namespace
