@@ -15,39 +15,29 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Answers every whole POST with `status` and `body`, or, when `trickle`, with a byte every
+/// Answers every whole POST with `status` and `body`, or, with no status, with a byte every
 /// 100 ms that never ends; keeps the requests.
 struct HttpsStandIn {
-    explicit HttpsStandIn(const char* certificate)
-        : tls(QString::fromLatin1(certificate), serve()) {}
-    TlsStandIn::Reader serve() {
-        return [this](QTcpSocket& socket, QByteArray& unread) {
-            const qsizetype end = unread.indexOf("\r\n\r\n");
-            if (end < 0) return;
-            qsizetype length = 0;
-            for (const QByteArray& line : unread.left(end).split('\n'))
-                if (line.toLower().startsWith("content-length:"))
-                    length = line.mid(15).trimmed().toLongLong();
-            if (unread.size() < end + 4 + length) return;
-            requests.append(std::exchange(unread, {}));
-            if (trickle) {
-                socket.write("HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n");
-                auto* drip = new QTimer(&socket);
-                QObject::connect(drip, &QTimer::timeout, &socket, [&socket] { socket.write("{"); });
-                drip->start(100);
-                return;
-            }
-            socket.write("HTTP/1.1 " + QByteArray::number(status) +
-                         " Canned\r\nConnection: close\r\nContent-Length: " +
-                         QByteArray::number(body.size()) + "\r\n\r\n" + body);
-            socket.disconnectFromHost();
-        };
-    }
+    HttpsStandIn(const char* certificate, int status, const QByteArray& body = {})
+        : tls(QString::fromLatin1(certificate), [=, this](QTcpSocket& socket, QByteArray& unread) {
+              const qsizetype end = unread.indexOf("\r\n\r\n");
+              const qsizetype at = unread.toLower().indexOf("content-length:") + 15;
+              const QByteArray length = at < 15 ? "0" : unread.mid(at).split('\r').value(0);
+              if (end < 0 || unread.size() < end + 4 + length.trimmed().toLongLong()) return;
+              requests.append(std::exchange(unread, {}));
+              if (status == 0) {
+                  socket.write("HTTP/1.1 200 OK\r\nContent-Length: 100000\r\n\r\n");
+                  auto* drip = new QTimer(&socket);
+                  drip->callOnTimeout(&socket, [&socket] { socket.write("{"); });
+                  drip->start(100);
+                  return;
+              }
+              socket.write("HTTP/1.1 " + QByteArray::number(status) +
+                           " Canned\r\nConnection: close\r\nContent-Length: " +
+                           QByteArray::number(body.size()) + "\r\n\r\n" + body);
+              socket.disconnectFromHost();
+          }) {}
     QString url() const { return QStringLiteral("https://") + tls.hostPort(); }
-
-    int status = 200;
-    QByteArray body;
-    bool trickle = false;
     QList<QByteArray> requests;
     TlsStandIn tls;
 };
@@ -78,19 +68,13 @@ TEST(UpdateCheckProgram, ExitStatusAndMessageTellTheOutcome) {
         {"server", 200, "<html>Bad gateway</html>", 1, QStringLiteral("unhandled: ")},
     };
     for (const auto& c : cases) {
-        HttpsStandIn service(c.certificate);
-        ASSERT_TRUE(service.tls.ok);
-        service.status = c.status;
-        service.body = c.body;
+        HttpsStandIn service(c.certificate, c.status, c.body);
         VeltoProcess velto({"--check-update", "--update-url", service.url(), "--ca-file",
                             testDataPath(u"ca.pem"_s)});
         EXPECT_EQ(velto.exitCode(), c.exitCode) << c.body.constData();
-        const QStringList lines = velto.err.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-        ASSERT_EQ(lines.size(), 1) << velto.err.toStdString();
-        if (c.line.endsWith(QLatin1String(": ")))
-            EXPECT_TRUE(lines[0].startsWith(c.line)) << lines[0].toStdString();
-        else
-            EXPECT_EQ(lines[0], c.line) << c.certificate << c.status;
+        ASSERT_EQ(velto.err.count(u'\n'), 1) << velto.err.toStdString();
+        const QString line = velto.err.chopped(1);
+        EXPECT_EQ(c.line.endsWith(u": "_s) ? line.left(c.line.size()) : line, c.line);
         ASSERT_EQ(service.requests.size(), *c.certificate == 's' ? 1 : 0);
         if (&c != cases) continue;  // the request is the same in every row
         const QByteArray& request = service.requests[0];
@@ -111,18 +95,16 @@ TEST(UpdateCheckProgram, ExitStatusAndMessageTellTheOutcome) {
 
 TEST(QtHttpsClient, AReplyThatKeepsComingIsCutAtTheTimeOutWhileEventsAreServed) {
     trustTestCa();  // as the program does with --ca-file
-    HttpsStandIn service("server");
-    ASSERT_TRUE(service.tls.ok);
-    service.trickle = true;
+    HttpsStandIn service("server", 0);
     int ticks = 0;
     QTimer tick;
-    QObject::connect(&tick, &QTimer::timeout, [&] { ++ticks; });
+    tick.callOnTimeout([&] { ++ticks; });
     tick.start(50);
     QElapsedTimer elapsed;
     elapsed.start();
     QtHttpsClient client;
+    // A hang here is a failure too: the reply would go on for hours.
     EXPECT_EQ(client.post(service.url() + u"/appinfo/"_s, {}, 1000), QByteArray());
     EXPECT_GE(elapsed.elapsed(), 1000);
-    EXPECT_LT(elapsed.elapsed(), 5000);
     EXPECT_GE(ticks, 5);
 }
