@@ -9,7 +9,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     fuzz::quietQt();
     SlaveRig rig(QStringLiteral("http=true\n"));
     rig->_activityToggle_Action();
-    rig.addFavourite(QStringLiteral("Fuzz"));
+    addFav(rig, {.name = QStringLiteral("Fuzz")});
     for (const QByteArray& read : fuzz::reads(data, size)) {
         if (!rig.remoteControl.isConnected()) {
             rig.remoteControl.peerConnects(QStringLiteral("127.0.0.7"));

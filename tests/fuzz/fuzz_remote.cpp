@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     {
         SlaveRig slave;
         slave->_activityToggle_Action();
-        slave.addFavourite(QStringLiteral("Fuzz"));
+        addFav(slave, {.name = QStringLiteral("Fuzz")});
         for (const QByteArray& read : reads) slave.send(read, 50);
         slave.advance(5000);
     }

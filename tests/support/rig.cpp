@@ -54,6 +54,13 @@ QStringList Rig::commandsAfter(size_t from) const {
     return out;
 }
 
+int addFav(Rig& rig, const Fav& f) {
+    const int row = rig->favsList.addRow(
+        {f.name, f.rise, f.run, f.fall, {}, f.mode, f.a, f.b, f.c, f.d, f.power});
+    rig->favsList.setCellCheck(row, 4, f.ticked);
+    return row;
+}
+
 QString readText(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll())

@@ -73,6 +73,17 @@ struct Rig {
     void advance(qint64 ms) { clock.advance(ms); }
 };
 
+/// A favourite's cells; the defaults are a ticked Pulse, A 40, B 20, C 50, D 60, low power, with
+/// Rise 30, Run 180 and Fall 10 seconds.
+struct Fav {
+    QString name = "fav", rise = "30", run = "180", fall = "10", mode = "Pulse";
+    QString a = "40", b = "20", c = "50", d = "60", power = "L";
+    bool ticked = true;
+};
+
+/// Adds `f` to the end of the list; its row.
+int addFav(Rig& rig, const Fav& f);
+
 /// The file's text, or "<missing>".
 QString readText(const QString& path);
 

@@ -28,14 +28,6 @@ struct SlaveRig : Rig {
         return out;
     }
     QStringList extendedLines() const { return peerLines().filter(QRegularExpression(QStringLiteral("^;"))); }
-    /// A ticked favourite: Pulse, A 40, B 20, C 50, D 60, low power, 30/180/10 seconds.
-    void addFavourite(const QString& name) {
-        const int row = app->favsList.addRow({name, QStringLiteral("30"), QStringLiteral("180"), QStringLiteral("10")});
-        app->favsList.setCellCheck(row, 4, true);
-        const QStringList rest = {QStringLiteral("Pulse"), QStringLiteral("40"), QStringLiteral("20"),
-                                  QStringLiteral("50"), QStringLiteral("60"), QStringLiteral("L")};
-        for (int c = 5; c <= 10; ++c) app->favsList.setCell(row, c, rest[c - 5]);
-    }
 
 private:
     qint64 settle_;

@@ -3,11 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <limits>
 #include <utility>
 
-#include "platform/text.h"
 #include "playback_support.h"
 #include "support/slave_rig.h"
 
@@ -15,8 +13,6 @@ namespace velto {
 namespace {
 
 using namespace Qt::StringLiterals;
-using playback_test::addFav;
-using playback_test::Fav;
 
 constexpr qint64 kLongest = std::numeric_limits<qint64>::max();
 
@@ -48,61 +44,40 @@ TEST(Bounds, LongReadsAndCommandsNeverReachTheBoxAndLogOncePerPeer) {
 }
 
 TEST(Bounds, AnHttpClientThatSendsNoRequestIsDisconnectedAfterTenSeconds) {
-    const struct {
-        const char* settings;
-        QByteArray request;  // sent at once, if any
-        bool cutOff;
-    } cases[] = {
-        {"http=true\n", {}, true},
-        {"http=true\n", "GET /A5 HTTP/1.0\r\n\r\n", false},  // waits for its answer
-        {"http=false\n", {}, false},                         // a TCP peer may sit silent
-    };
-    for (const auto& c : cases) {
-        SlaveRig s(c.settings);
+    // A client that has asked waits for its answer, however long it takes.
+    for (const QByteArray& request : {QByteArray(), QByteArray("GET /A5 HTTP/1.0\r\n\r\n")}) {
+        const bool cutOff = request.isEmpty();
+        SlaveRig s("http=true\n");
         s.link.latencyMs = 60'000;  // no answer comes within the wait
-        if (!c.request.isEmpty()) s.send(c.request);
+        if (!cutOff) s.send(request);
         s.advance(MainApp::kRequestWaitMs - 3);
         EXPECT_TRUE(s.remoteControl.isConnected());
         s.advance(2);
-        EXPECT_EQ(!s.remoteControl.isConnected(), c.cutOff) << c.settings << c.request.constData();
+        EXPECT_EQ(!s.remoteControl.isConnected(), cutOff) << request.constData();
         EXPECT_EQ(logged(s, "127.0.0.7 sent no request within 10 seconds: disconnected"),
-                  c.cutOff ? 1 : 0);
+                  cutOff ? 1 : 0);
     }
 }
 
 TEST(Bounds, APeerThatLeavesOneMebibyteUnreadIsDisconnectedAndTheBoxStops) {
-    const struct {
-        bool relays;
-        std::function<void(SlaveRig&)> ask;  // one step of asking for output
-    } cases[] = {
-        // Answers to lines: 300 favourites a ;GETFAVS, asked again and again.
-        {false, [](SlaveRig& s) { s.send(";GETFAVS"); }},
-        // The status relayed at each poll, with no line asked at all.
-        {true, [](SlaveRig& s) { s.advance(2500); }},
-    };
-    for (const auto& c : cases) {
-        SlaveRig s;
-        for (int i = 0; i < 300; ++i) addFav(s, Fav{.name = u"favourite %1"_s.arg(i)});
-        s->channelA.setValue(40);
-        s.advance(300);
-        s.remoteControl.peerStopsReading = true;
-        // The relays alone would take days: start them near the bound.
-        if (c.relays) s.remoteControl.unread = MainApp::kMaxPeerBacklog - 100;
-        const size_t mark = s.serial.writes.size();
-        qint64 before = 0;
-        while (s.remoteControl.isConnected() &&
-               s.remoteControl.unread < 2 * MainApp::kMaxPeerBacklog) {
-            before = s.remoteControl.unread;
-            c.ask(s);
-        }
-        ASSERT_FALSE(s.remoteControl.isConnected()) << c.relays;
-        EXPECT_LE(before, MainApp::kMaxPeerBacklog);
-        EXPECT_GT(s.remoteControl.unread, MainApp::kMaxPeerBacklog);
-        EXPECT_EQ(logged(s, "127.0.0.7 left more than 1 MiB of output unread: disconnected"), 1);
-        s.advance(500);
-        EXPECT_TRUE(s.commandsAfter(mark).contains("K"));
-        EXPECT_EQ(s.box().levelA(), 0);
+    SlaveRig s;
+    for (int i = 0; i < 300; ++i) addFav(s, Fav{.name = u"favourite %1"_s.arg(i)});
+    s->channelA.setValue(40);
+    s.advance(300);
+    s.remoteControl.peerStopsReading = true;
+    const size_t mark = s.serial.writes.size();
+    qint64 before = 0;  // 300 favourites a ;GETFAVS, asked again and again
+    while (s.remoteControl.isConnected() && s.remoteControl.unread < 2 * MainApp::kMaxPeerBacklog) {
+        before = s.remoteControl.unread;
+        s.send(";GETFAVS");
     }
+    ASSERT_FALSE(s.remoteControl.isConnected());
+    EXPECT_LE(before, MainApp::kMaxPeerBacklog);
+    EXPECT_GT(s.remoteControl.unread, MainApp::kMaxPeerBacklog);
+    EXPECT_EQ(logged(s, "127.0.0.7 left more than 1 MiB of output unread: disconnected"), 1);
+    s.advance(500);
+    EXPECT_TRUE(s.commandsAfter(mark).contains("K"));
+    EXPECT_EQ(s.box().levelA(), 0);
 }
 
 TEST(Bounds, NumbersFromPeersFilesAndFieldsSaturateInsteadOfWrapping) {
@@ -116,10 +91,6 @@ TEST(Bounds, NumbersFromPeersFilesAndFieldsSaturateInsteadOfWrapping) {
         s.send(line);
         EXPECT_EQ(timer->period(), kLongest) << line;
     }
-    s.send("A20");
-    s.advance(60'000);
-    EXPECT_NE(s->errText.text(), "Slave mode timeout");
-
     // Moves: relative past the range, and to a favourite's level below it.
     const Fav huge{.rise = "-1E30", .run = "-1E30", .a = "-1E30"};
     s->adjustA.setText("+1E30");
@@ -130,14 +101,7 @@ TEST(Bounds, NumbersFromPeersFilesAndFieldsSaturateInsteadOfWrapping) {
     s->favsList.setSelected(s->favsList.listIndex(), true);
     s->adjustSelected.push();
     EXPECT_EQ(s->moveSteps, kLongest);
-
-    // Without auto adjust a Rise below the range climbs from the top, stopping at its end.
-    SlaveRig raw("autoadjust=false\n");
-    raw->favsList.setListIndex(addFav(raw, huge));
-    raw->playSelected.push();
-    raw.advance(3000);
-    EXPECT_EQ(raw->tickCounter.text(), Str(kLongest) + u'%');
-    EXPECT_TRUE(s.boundary.reports().isEmpty() && raw.boundary.reports().isEmpty());
+    EXPECT_TRUE(s.boundary.reports().isEmpty());
 }
 
 TEST(Bounds, ASlaveThatCannotListenSaysSoUntilItCan) {

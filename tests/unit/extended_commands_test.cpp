@@ -123,7 +123,7 @@ TEST(ExtendedCommands, PlayStopAndTheStepCommands) {
 
 TEST(ExtendedCommands, StepsSequenceMarksMessagesAndSave) {
     Slave s;
-    for (const char* name : {"One", "Two", "Three"}) s.addFavourite(name);
+    for (const char* name : {"One", "Two", "Three"}) addFav(s, {.name = name});
     const size_t mark = s.mark();
     // A row past the end does nothing; -1 passes the count test and fails at the list's bounds.
     for (const char* line : {";APLUS", ";BPLUS", ";CPLUS", ";DMINUS", ";SEQUNSET=1", ";SEQUNSET=2",
@@ -168,7 +168,7 @@ TEST(StatusCommands, GetStatusProgressSystemAndGetFavs) {
     s.send(";PROGRESS");
     s.send(";SYSTEM");
     s.send(";GETFAVS");
-    s.addFavourite("Slow, wave");
+    addFav(s, {.name = "Slow, wave"});
     s->favsList.setCellState(0, 4, 0);
     s.send(";GETFAVS");
     EXPECT_EQ(s.extendedLines(),

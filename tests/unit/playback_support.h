@@ -1,6 +1,6 @@
 #pragma once
-// Shared by the playback tests: favourites in the list, commands with their virtual times (the
-// polls left out), and the lines a peer received.
+// Shared by the playback tests: commands with their virtual times (the polls left out), and the
+// lines a peer received.
 
 #include <QRegularExpression>
 #include <ostream>
@@ -48,19 +48,6 @@ inline QStringList labelsAfter(Rig& rig, const std::vector<qint64>& steps) {
         out << rig->tickCounter.text();
     }
     return out;
-}
-
-struct Fav {
-    QString name = "fav", rise = "30", run = "180", fall = "10", mode = "Pulse";
-    QString a = "40", b = "20", c = "50", d = "60", power = "L";
-    bool ticked = true;
-};
-
-inline int addFav(Rig& rig, const Fav& f) {
-    const int row = rig->favsList.addRow(
-        {f.name, f.rise, f.run, f.fall, {}, f.mode, f.a, f.b, f.c, f.d, f.power});
-    rig->favsList.setCellCheck(row, 4, f.ticked);
-    return row;
 }
 
 /// A Rig connected to its box, for playback: `fromNow()` marks where `sent()` starts.

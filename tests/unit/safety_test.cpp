@@ -12,8 +12,6 @@
 namespace velto {
 namespace {
 
-using playback_test::addFav;
-using playback_test::Fav;
 
 /// The highest level the box was given on `channel` ("A" or "B") since write `mark`.
 qint64 highest(const Rig& rig, size_t mark, QChar channel) {

@@ -1,5 +1,5 @@
 // The simulated box is the yardstick of every device test, so its protocol is pinned here. Its
-// faults are proven where the program meets them (device channel, serial contract).
+// faults are proven where the program meets them (device channel, the serial port test).
 
 #include <gtest/gtest.h>
 
