@@ -19,6 +19,8 @@
 #include <QTableView>
 #include <QTest>
 #include <QTimer>
+#include <algorithm>
+#include <utility>
 
 #include "gui/main_window_view.h"
 #include "gui/qt_dialogs.h"
@@ -39,8 +41,14 @@ W* find(QWidget& window, const QString& name) {
 TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWaysAndKeysActAnywhereButInText) {
     Rig rig;
     rig.connect();
+    const auto orphans = [] {
+        return std::ranges::count_if(QApplication::topLevelWidgets(),
+                                     [](QWidget* w) { return !w->parentWidget(); });
+    };
+    const auto before = orphans();
     auto view = std::make_unique<MainWindowView>(*rig);
     view->show();
+    EXPECT_EQ(orphans(), before + 1);  // a widget left out of its layout would be a window
     EXPECT_EQ(view->windowTitle(), u"Velto Control/Server for OS X"_s);
     // The box moves: the reply moves the slider widget.
     rig.box().setLevelA(42);
@@ -49,12 +57,15 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWaysAndKeysActAnywhereBu
     EXPECT_EQ(sliderA->value(), 42);
     EXPECT_FALSE(sliderA->hasTracking());  // one command per move, on release
     // The user moves a slider and presses buttons: the handlers send the commands.
+    auto* diagram = find<QLabel>(*view, "waveDiag");
+    const QImage pulse = diagram->pixmap().toImage();
     const size_t mark = rig.serial.writes.size();
     find<QSlider>(*view, "channelB")->setValue(17);
     find<QPushButton>(*view, "Reset")->click();
     find<QComboBox>(*view, "ModeControl")->activated(5);
     EXPECT_EQ(rig.commandsSince(mark).filter(QRegularExpression("^[^V]")),
               QStringList({"B17", "E", "M5"}));
+    EXPECT_NE(diagram->pixmap().toImage(), pulse);  // the picture follows the mode
     // Power buttons are one group, decided by the models.
     find<QRadioButton>(*view, "powerHi")->click();
     EXPECT_TRUE(rig->powerHi.value() && !find<QRadioButton>(*view, "powerLo")->isChecked());
@@ -171,6 +182,15 @@ TEST(ChildWindowViews, PreferencesAndAboutComeWithTheirMenuItemsAndReachTheHandl
     ASSERT_TRUE(QTest::qWaitForWindowActive(prefs));
     prefs->close();
     EXPECT_EQ(closes, 2);
+    // Return in a window's field presses its button.
+    const std::pair<const char*, PushButton*> returns[] = {
+        {"msgReply", &rig->msgWindow.sendReply}, {"connectKey", &rig->connectWindow.connectButton}};
+    int pushes = 0;
+    for (const auto& [field, button] : returns) {
+        button->action.connect([&pushes] { ++pushes; });
+        QTest::keyClick(find<QLineEdit>(main, field), Qt::Key_Return);
+        EXPECT_EQ(std::exchange(pushes, 0), 1) << field;
+    }
     // About: its texts and the built-in picture; the link and the buttons open their pages.
     QWidget* about = find<QWidget>(main, "aboutQTR");
     rig->MenuBar1.aboutMenu.push();

@@ -70,6 +70,7 @@ TEST(ActivityLog, ALineIsTheLocalLongTimeTheTrimmedTextAndCrLf) {
     EXPECT_LE(log.log.lineCount(), ActivityLog::kMaxLines);
     EXPECT_TRUE(log.log.text().endsWith(QStringLiteral(": line 24999\r\n")));
     EXPECT_TRUE(log.log.text().contains(QStringLiteral(": line 16000\r\n")));
+    EXPECT_FALSE(log.log.text().contains(QStringLiteral(": line 9999\r\n")));
 }
 
 TEST(ActivityLog, LogsOnlyWhileOpenAndForgetsItsTextWhenClosed) {
