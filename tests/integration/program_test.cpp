@@ -70,7 +70,6 @@ TEST(Program, OpensItsWindowOrSaysWhyNotAndHeadlessGoesOnWithoutWidgets) {
     // goes on, and the widgets are never loaded.
     VeltoProcess lost({"--headless", "--connect"}, "serial=/dev/no-such-port\n");
     ASSERT_TRUE(lost.said(u"message: Unable to connect\n"_s)) << lost.err.toStdString();
-    EXPECT_TRUE(lost.err.contains(u"message: Unable to connect\n"_s));
     EXPECT_EQ(lost.process.state(), QProcess::Running);
     EXPECT_FALSE(widgetsLoaded(lost.process.processId()));
     EXPECT_EQ(endOn(lost.process, SIGINT), 0);

@@ -24,22 +24,6 @@ inline QString testDataPath(const QString& name) {
     return QStringLiteral(VELTO_TEST_DATA) + QLatin1Char('/') + name;
 }
 
-/// The file's contents, or empty when it cannot be read.
-inline QByteArray testData(const QString& name) {
-    QFile file(testDataPath(name));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-/// A server side with `certificate`: "server" (signed by tests/data/ca.pem) or "untrusted"
-/// (self-signed). Its certificate or key is null when the file could not be read.
-inline QSslConfiguration serverTls(const QString& certificate) {
-    QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
-    tls.setLocalCertificate(QSslCertificate(testData(certificate + QStringLiteral(".pem"))));
-    tls.setPrivateKey(QSslKey(testData(certificate + QStringLiteral(".key")), QSsl::Rsa));
-    tls.setPeerVerifyMode(QSslSocket::VerifyNone);
-    return tls;
-}
-
 /// From now on, TLS clients in this process trust tests/data/ca.pem.
 inline void trustTestCa() {
     QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
@@ -47,15 +31,20 @@ inline void trustTestCa() {
     QSslConfiguration::setDefaultConfiguration(tls);
 }
 
-/// A TLS service on 127.0.0.1 with `certificate` (see serverTls) that keeps every byte its
-/// clients send. `onRead`, when set, gets the client and its bytes not yet taken, and removes
-/// what it takes.
+/// A TLS service on 127.0.0.1 with `certificate`, "server" (signed by tests/data/ca.pem) or
+/// "untrusted" (self-signed), that keeps every byte its clients send. `onRead`, when set, gets
+/// the client and its bytes not yet taken, and removes what it takes.
 class TlsStandIn {
 public:
     using Reader = std::function<void(QTcpSocket& client, QByteArray& unread)>;
     explicit TlsStandIn(const QString& certificate, Reader onRead = {})
         : onRead_(std::move(onRead)) {
-        const QSslConfiguration tls = serverTls(certificate);
+        QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
+        tls.setLocalCertificate(
+            QSslCertificate::fromPath(testDataPath(certificate + QStringLiteral(".pem"))).value(0));
+        QFile key(testDataPath(certificate + QStringLiteral(".key")));
+        if (key.open(QIODevice::ReadOnly)) tls.setPrivateKey(QSslKey(&key, QSsl::Rsa));
+        tls.setPeerVerifyMode(QSslSocket::VerifyNone);
         server_.setSslConfiguration(tls);
         QObject::connect(&server_, &QSslServer::pendingConnectionAvailable, &server_, [this] {
             while (QTcpSocket* socket = server_.nextPendingConnection()) {

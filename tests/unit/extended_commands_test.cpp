@@ -94,11 +94,8 @@ TEST(ExtendedCommands, PlayStopAndTheStepCommands) {
     s->rampTimer.setMode(Timer::Multiple);
     s.send(";PLAY=1,2,3");
     EXPECT_EQ(s->rampTimer.mode(), Timer::Multiple);  // wrong count: not even resetAll
-    for (const auto& [line, period] : {std::pair{";PLAY=60,10,50,50,10,120,30,2,H", 6000},
-                                       std::pair{";PLAY=40,40,50,50,45,120,30,2,L", 4500}}) {
-        s.send(line);
-        EXPECT_EQ(s->rampTimer.period(), period) << line;
-    }
+    s.send(";PLAY=40,40,50,50,45,120,30,2,L");
+    EXPECT_EQ(s->rampTimer.period(), 4500);
     EXPECT_EQ(s->sequenceTicks, 120);
     EXPECT_EQ(s->tickCounter.text(), "RISE");
     EXPECT_EQ(s->cmdSequence, QStringList({"A4", "B4", "C50", "D50", "M2", "L"}));

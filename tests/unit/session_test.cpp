@@ -2,24 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "support/rig.h"
+#include "playback_support.h"
 
 using namespace velto;
-
-namespace {
-
-/// The serial writes from the `from`-th on, each with its time since `t0`: "K@200".
-QStringList timed(const Rig& rig, size_t from, qint64 t0 = 0, bool polls = true) {
-    QStringList out;
-    for (size_t i = from; i < rig.serial.writes.size(); ++i) {
-        const QString bytes = QString::fromLatin1(rig.serial.writes[i].bytes).trimmed();
-        if (polls || bytes != QLatin1String("V"))
-            out << bytes + QLatin1Char('@') + QString::number(rig.serial.writes[i].timeMs - t0);
-    }
-    return out;
-}
-
-}  // namespace
+using namespace velto::playback_test;
 
 TEST(Session, SoloConnectOpensThePortWakesTheLineAndPollsEvery2500ms) {
     Rig rig;
@@ -31,7 +17,10 @@ TEST(Session, SoloConnectOpensThePortWakesTheLineAndPollsEvery2500ms) {
 
     // The poll bypasses the gate: no lastCommand, the clock is left alone.
     rig.advance(10000);
-    EXPECT_EQ(timed(rig, 0), QStringList({"@0", "V@2500", "V@5000", "V@7500", "V@10000"}));
+    std::vector<qint64> times;
+    for (const auto& write : rig.serial.writes) times.push_back(write.timeMs);
+    EXPECT_EQ(rig.commandsSince(0), QStringList({"", "V", "V", "V", "V"}));
+    EXPECT_EQ(times, (std::vector<qint64>{0, 2500, 5000, 7500, 10000}));
     EXPECT_TRUE(rig->lastCommand.isEmpty());
 
     // Connect again: the port is closed and reopened, the high-rate flag cleared.
@@ -78,8 +67,7 @@ TEST(Session, StopHaltAndDefault) {
         rig->allStop.push();
         EXPECT_FALSE(rig->overrideTimeout);
         rig.advance(1000);
-        EXPECT_EQ(timed(rig, mark, t0, false),
-                  shown ? QStringList({"K@0", "K@200", "K@400"}) : QStringList{"K@0"});
+        EXPECT_EQ(sentSince(rig, mark, t0), timed(shown ? "0 K, 200 K, 400 K" : "0 K"));
     }
 
     // Halt stops the timers and leaves the outputs alone.

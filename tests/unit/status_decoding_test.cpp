@@ -31,7 +31,6 @@ TEST(StatusDecoding, BatteryLevelsPowerAndTheClockZeroedByAnyLevelChange) {
         {"700:100:40:32:20:0:X:0:2.119", true, "001", "Battery 90%"},
         {"700:100:40:30:22:0:L:0:2.119", true, "010", "Battery 90%"},   // D in a mode with a D
         {"700:100:40:30:22:2:H:0:2.119", false, "100", "Battery 90%"},  // D meaning nothing
-        {"700:100:40:30:22:10:D:0:2.119", false, "001", "Battery 90%"},
     };
     for (const auto& c : cases) {
         rig->statusRefresh(QStringLiteral("700:100:40:30:20:0:X:0:2.119"));  // power as it was
