@@ -42,8 +42,7 @@ TEST(MainWindowView, WidgetsAndModelsFollowEachOtherBothWaysAndKeysActAnywhereBu
     Rig rig;
     rig.connect();
     const auto orphans = [] {
-        return std::ranges::count_if(QApplication::topLevelWidgets(),
-                                     [](QWidget* w) { return !w->parentWidget(); });
+        return std::ranges::count(QApplication::topLevelWidgets(), nullptr, &QWidget::parentWidget);
     };
     const auto before = orphans();
     auto view = std::make_unique<MainWindowView>(*rig);

@@ -34,7 +34,6 @@ struct LiveApp {
         if (configure) configure(*app);
         app->App_Event_Open();
     }
-    ~LiveApp() { app.reset(); }
     MainApp* operator->() { return app.get(); }
     sim::Sim2B& box() { return link.box; }
 

@@ -17,8 +17,6 @@ Rig::Rig(bool withPrefs) {
     app = std::make_unique<MainApp>(*platform);
 }
 
-Rig::~Rig() { app.reset(); }
-
 QString Rig::prefPath(const QString& name) const { return prefsDir.filePath(name); }
 
 void Rig::writePref(const QString& name, const QString& content) {

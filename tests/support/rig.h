@@ -22,7 +22,6 @@ namespace velto {
 struct Rig {
     /// `withPrefs` false: a platform with no Preferences folder at all.
     explicit Rig(bool withPrefs = true);
-    ~Rig();
 
     VirtualClock clock;
     ExceptionBoundary boundary;

@@ -6,6 +6,7 @@
 
 #ifdef Q_OS_UNIX
 #include <poll.h>
+#include <termios.h>
 #endif
 
 namespace velto {
@@ -90,7 +91,14 @@ bool QtSerialPort::waitWritten(int limitMs) {
     QDeadlineTimer deadline(limitMs);
     while (port_->isOpen() && port_->bytesToWrite() > 0)
         if (deadline.hasExpired() || !port_->waitForBytesWritten(int(deadline.remainingTime()))) break;
-    return port_->isOpen() && port_->bytesToWrite() == 0;
+    if (!port_->isOpen() || port_->bytesToWrite() > 0) return false;
+#ifdef Q_OS_UNIX
+    // Written is not yet sent: a close puts back the settings the port was opened over at once,
+    // and bytes still in the driver (the "K" at exit, at 57600) would leave at the old rate.
+    return ::tcdrain(static_cast<int>(port_->handle())) == 0;
+#else
+    return true;
+#endif
 }
 
 void QtSerialPort::flush() {
