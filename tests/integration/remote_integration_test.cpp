@@ -9,6 +9,7 @@
 
 #include "support/free_port.h"
 #include "support/live_app.h"
+#include "support/rig.h"
 #include "support/run_until.h"
 
 using namespace velto;
@@ -29,10 +30,7 @@ QString masterSettings(quint16 port) {
 TEST(RemoteIntegration, AMasterDrivesASlavesBoxAndMirrorsIt) {
     const quint16 port = freePort();
     LiveApp slave(slaveSettings(port));
-    slave->favsList.setCellCheck(
-        slave->favsList.addRow(
-            {"Slow wave", "30", "180", "10", {}, "Pulse", "40", "30", "50", "50", "L"}),
-        4, true);
+    addFav(*slave.app, {.name = "Slow wave", .b = "30", .d = "50"});
     slave->Connect.push();
     ASSERT_TRUE(slave.remoteControl.isListening());
     // The slave relays every reply of its box the moment it comes, and a master takes one read

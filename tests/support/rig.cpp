@@ -52,10 +52,10 @@ QStringList Rig::commandsAfter(size_t from) const {
     return out;
 }
 
-int addFav(Rig& rig, const Fav& f) {
-    const int row = rig->favsList.addRow(
+int addFav(MainApp& app, const Fav& f) {
+    const int row = app.favsList.addRow(
         {f.name, f.rise, f.run, f.fall, {}, f.mode, f.a, f.b, f.c, f.d, f.power});
-    rig->favsList.setCellCheck(row, 4, f.ticked);
+    app.favsList.setCellCheck(row, 4, f.ticked);
     return row;
 }
 

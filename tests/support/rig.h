@@ -81,7 +81,10 @@ struct Fav {
 };
 
 /// Adds `f` to the end of the list; its row.
-int addFav(Rig& rig, const Fav& f);
+int addFav(MainApp& app, const Fav& f);
+inline int addFav(Rig& rig, const Fav& f) {
+    return addFav(*rig, f);
+}
 
 /// The file's text, or "<missing>".
 QString readText(const QString& path);

@@ -6,7 +6,6 @@
 #include <limits>
 #include <utility>
 
-#include "playback_support.h"
 #include "support/slave_rig.h"
 
 namespace velto {

@@ -5,13 +5,11 @@
 #include <functional>
 
 #include "platform/text.h"
-#include "playback_support.h"
 #include "support/broker_rig.h"
 #include "support/slave_rig.h"
 
 namespace velto {
 namespace {
-
 
 /// The highest level the box was given on `channel` ("A" or "B") since write `mark`.
 qint64 highest(const Rig& rig, size_t mark, QChar channel) {
